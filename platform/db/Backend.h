@@ -1,0 +1,87 @@
+#pragma once
+// The boundary between the database layer and a database backend. Everything above it speaks the
+// library's SQL (SQL Server's dialect with '?' parameter markers); a backend translates it for its
+// database, prepares, binds, steps and reads columns. Nothing above this boundary knows which
+// database is behind it.
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace dbl {
+
+struct Error {
+    int code = 0;
+    std::string text;
+    bool connectionLost = false;  // the connection cannot be used again
+    void set(int c, std::string t) {
+        code = c;
+        text = std::move(t);
+    }
+};
+
+class Statement {
+public:
+    virtual ~Statement() = default;
+    // Parameters are numbered from 1; all are cleared by reset().
+    virtual void bindNull(int index) = 0;
+    virtual void bindInt64(int index, long long value) = 0;
+    virtual void bindText(int index, const std::string& value) = 0;
+    // 0: a row is ready; 100: no (more) rows; anything else: the backend's error code.
+    virtual int step(Error& err) = 0;
+    // Ready to run again, with no parameters bound.
+    virtual void reset() = 0;
+    // Columns are numbered from 0 and valid while step() returned 0.
+    virtual int columnCount() = 0;
+    virtual bool columnIsNull(int col) = 0;
+    virtual long long columnInt64(int col) = 0;
+    virtual void columnText(int col, std::string& out) = 0;
+    // Rows changed by a statement that has run to completion.
+    virtual long long changes() = 0;
+    // Gives the statement back to its connection (kept for reuse or destroyed).
+    virtual void release() = 0;
+};
+
+struct StatementRelease {
+    void operator()(Statement* s) const {
+        if (s) s->release();
+    }
+};
+using StatementPtr = std::unique_ptr<Statement, StatementRelease>;
+
+// A literal moved out of the SQL text into a parameter.
+struct Param {
+    enum Type { kNull, kInt, kText } type = kNull;
+    long long i = 0;
+    std::string s;
+};
+
+class Connection {
+public:
+    virtual ~Connection() = default;
+    virtual const char* backendName() const = 0;
+    // Starts a transaction: `write` asks for the write lock at once (so writers queue instead of
+    // failing later), otherwise a read transaction.
+    virtual int begin(bool write, Error& err) = 0;
+    virtual int commit(Error& err) = 0;
+    virtual int rollback(Error& err) = 0;
+    // `sql` is in the library's dialect. The statement may come from the connection's cache; literals
+    // may be moved into `params`, which the caller binds first (parameters of its own follow them).
+    virtual StatementPtr prepare(const std::string& sql, std::vector<Param>& params, Error& err) = 0;
+    // A stored procedure taking `argCount` inputs.
+    virtual StatementPtr prepareProcedure(const std::string& name, int argCount, Error& err) = 0;
+    // SQL in the backend's own dialect, run as it is (schema creation).
+    virtual int executeNative(const std::string& sql, Error& err) = 0;
+    // The identity value given to the row that this connection inserted last into `table`.
+    virtual long long lastIdentity(const std::string& table, const std::string& column, Error& err) = 0;
+    // True once the connection is known to be unusable (it is then dropped instead of pooled).
+    virtual bool broken() const = 0;
+};
+
+// Opens a connection to `url` ("sqlite:PATH" or "odbc:CONNECTION-STRING"); null with err set on failure.
+std::unique_ptr<Connection> connect(const std::string& url, Error& err);
+
+// Connections of the configured URL, kept for reuse across transactions.
+std::unique_ptr<Connection> acquire(Error& err);
+void giveBack(std::unique_ptr<Connection> connection);
+
+}  // namespace dbl

@@ -1,0 +1,58 @@
+#pragma once
+// One database transaction on one connection of the configured store.
+//
+//   DBtran tran;
+//   if (tran.begin(&err) != 0) ...       // takes a connection; the store's BEGIN is sent lazily
+//   ti->setOptions(info, options, err, &tran);
+//   tran.commit(&err);                   // or rollback(); a transaction still open at destruction
+//                                        // is rolled back
+//
+// A transaction belongs to one thread at a time. Different transactions may run on different threads.
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "platform/PlatformExport.h"
+
+class DBtable;
+namespace dbl {
+class Connection;
+}
+
+class KO_PLATFORM_API DBtran {
+public:
+    // Transaction hint that marks a transaction which only reads.
+    static constexpr int kHintRead = 6;
+
+    DBtran();
+    ~DBtran();
+    DBtran(const DBtran&) = delete;
+    DBtran& operator=(const DBtran&) = delete;
+
+    // Takes a connection (0), or returns the connection failure's code with its text in *err.
+    int begin(std::string* err = nullptr);
+    // Commits the work since begin (0) and gives the connection back; a failure keeps the
+    // transaction open so that the caller may roll back.
+    int commit(std::string* err = nullptr);
+    // Rolls back and gives the connection back.
+    int rollback(std::string* err = nullptr);
+    bool active() const;
+
+    // 6 (kHintRead): nothing will be written; other values: default behaviour. Takes effect for
+    // a store transaction that has not been started yet.
+    void setHint(int hint);
+    int hint() const;
+
+    // Bindings register while they live on the transaction.
+    void addObject(DBtable* table);
+    void removeObject(DBtable* table);
+    size_t objectCount() const;
+
+    // The database layer's access to the connection; starts the store transaction on first use.
+    // Null when the transaction is not active. On failure returns null with the code and text set.
+    dbl::Connection* connectionForStatement(int& code, std::string& text);
+
+private:
+    struct Impl;
+    std::unique_ptr<Impl> m_impl;
+};

@@ -1,0 +1,38 @@
+#pragma once
+// The transaction of one operation: the caller's, or one of its own.
+//
+// ensureTran() uses the caller's transaction when one was given, else begins an own one.
+// commitIfOwnTran() commits only an own transaction. An own transaction that was not committed is
+// rolled back when the wrapper goes away, so a failed operation leaves nothing half-written.
+// setHint() applies to an own transaction only; a caller's transaction keeps its own mode.
+#include <memory>
+#include <string>
+
+#include "platform/PlatformExport.h"
+
+class DBtran;
+
+class KO_PLATFORM_API TranWrapper {
+public:
+    TranWrapper(DBtran* callers, const std::string& name);
+    ~TranWrapper();
+    TranWrapper(const TranWrapper&) = delete;
+    TranWrapper& operator=(const TranWrapper&) = delete;
+
+    // 0, or the failure's code with its text in *err.
+    int ensureTran(std::string* err);
+    // 0 when the transaction is the caller's or the commit succeeded; else the code, text in *err.
+    int commitIfOwnTran(std::string* err);
+    void setHint(int hint);
+
+    DBtran* get() const { return m_tran; }
+    operator DBtran*() const { return m_tran; }
+    bool ownsTran() const { return m_own != nullptr; }
+
+private:
+    DBtran* m_callers;
+    std::unique_ptr<DBtran> m_own;
+    DBtran* m_tran = nullptr;
+    std::string m_name;
+    int m_hint = 0;
+};
