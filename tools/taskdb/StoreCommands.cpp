@@ -1,0 +1,3 @@
+#include "tools/taskdb/Commands.h"
+
+void addStoreCommands(CLI::App&, ToolContext&) {}
