@@ -15,7 +15,8 @@ namespace fs = std::filesystem;
 namespace {
 
 const fs::path kSource = fs::path(__FILE__).parent_path().parent_path().parent_path();
-const fs::path kBindgen = fs::path(TASKDB_TOOL_PATH).parent_path().parent_path() / "bindgen" / "bindgen";
+// Every program of the build lands in one folder, the generator beside the tool.
+const fs::path kBindgen = fs::path(TASKDB_TOOL_PATH).parent_path() / "bindgen";
 
 class GeneratorTest : public ::testing::Test {
   protected:
