@@ -19,7 +19,9 @@ void addInitCommand(CLI::App& app, ToolContext& ctx) {
             ctx.exitCode = reportFailure("init", rc, err);
             return;
         }
-        if (ctx.json) printJson({{"url", url}, {"schemaVersion", kTaskdbSchemaVersion}});
-        else std::cout << "store " << url << " is at schema version " << kTaskdbSchemaVersion << '\n';
+        if (ctx.json)
+            printJson({{"url", url}, {"schemaVersion", kTaskdbSchemaVersion}});
+        else
+            std::cout << "store " << url << " is at schema version " << kTaskdbSchemaVersion << '\n';
     });
 }

@@ -6,7 +6,7 @@
 #include "TaskInterface.h"
 
 class TaskLibrary {
-public:
+  public:
     // Loads TASKDB_LIBRARY when set, else the library beside this program. Throws std::runtime_error
     // with dlerror()'s text when it cannot be loaded or has no factory.
     TaskLibrary();
@@ -18,7 +18,7 @@ public:
     // A new object from the factory, owned by the caller.
     std::unique_ptr<TaskInterface> create(int kind = 1) const;
 
-private:
+  private:
     std::string m_path;
     void* m_handle = nullptr;
     getTaskInterface_t m_factory = nullptr;

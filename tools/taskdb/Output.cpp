@@ -29,12 +29,16 @@ void printTable(const std::vector<std::string>& header, const std::vector<std::v
 void printRecord(const std::vector<std::pair<std::string, std::string>>& fields) {
     size_t w = 0;
     for (const auto& f : fields) w = std::max(w, f.first.size());
-    for (const auto& f : fields) std::cout << f.first << ':' << std::string(w - f.first.size() + 1, ' ') << f.second << '\n';
+    for (const auto& f : fields)
+        std::cout << f.first << ':' << std::string(w - f.first.size() + 1, ' ') << f.second << '\n';
 }
 
-void printJson(const Json& value) { std::cout << value.dump(2, ' ', false, Json::error_handler_t::replace) << '\n'; }
+void printJson(const Json& value) {
+    std::cout << value.dump(2, ' ', false, Json::error_handler_t::replace) << '\n';
+}
 
 int reportFailure(const std::string& what, int code, const std::string& err) {
-    std::cerr << "taskdb: " << what << " failed (code " << code << ")" << (err.empty() ? "" : ": " + err) << '\n';
+    std::cerr << "taskdb: " << what << " failed (code " << code << ")" << (err.empty() ? "" : ": " + err)
+              << '\n';
     return 1;
 }

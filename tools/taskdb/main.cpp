@@ -10,8 +10,9 @@
 
 int main(int argc, char** argv) {
     ToolContext ctx;
-    CLI::App app{"taskdb: the task store of the job manager, from the command line.\n"
-                 "Store: --url, else TASKDB_URL (sqlite:PATH or odbc:CONNECTION-STRING), else sqlite:taskdb.sqlite."};
+    CLI::App app{
+        "taskdb: the task store of the job manager, from the command line.\n"
+        "Store: --url, else TASKDB_URL (sqlite:PATH or odbc:CONNECTION-STRING), else sqlite:taskdb.sqlite."};
     app.require_subcommand(1);
     app.add_option("--url", ctx.url, "Store URL: sqlite:PATH or odbc:CONNECTION-STRING");
     app.add_flag("--json", ctx.json, "Print JSON instead of tables");
