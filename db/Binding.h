@@ -1,0 +1,36 @@
+#pragma once
+// What every generated binding header (include/Db/{Tbl,Proc,Cursor}/<Name>.h) builds on: the
+// database layer's DBtable, the row base, the column values and two helpers for the constructor's
+// registration with the transaction.
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "TaskExport.h"
+#include "db/KODBDataType.h"
+#include "db/KODBRowBase.h"
+#include "platform/db/DBtable.h"
+#include "platform/db/DBtran.h"
+#include "platform/db/DBtypes.h"
+#include "platform/trace/EvDebug.h"
+
+// Registers a new binding with `tran` under DBtable::DBCriticalSection, when `tran` is not null and
+// `allowed` is true. An exception from the transaction is caught and logged as
+// "<name> Constructor [0x%08x], caught an exception" with the binding's header and line; the binding
+// stays usable. Returns true when the binding is now registered. Safe from any thread.
+TASKDB_API bool KODBRegisterBinding(DBtable* binding, DBtran* tran, bool allowed, const char* header,
+                                    int line, const char* name);
+// Undoes a registration made by KODBRegisterBinding (nothing when `registered` is false).
+inline void KODBUnregisterBinding(DBtable* binding, bool registered) {
+    if (!registered || !binding->getTran()) return;
+    KoCriticalSectionLock lock(&DBtable::DBCriticalSection);
+    binding->getTran()->removeObject(binding);
+}
+// strlen that takes a null pointer as the empty text (room for procedure argument text).
+inline unsigned long KODBTextLength(const char* text) {
+    return text ? std::strlen(text) : 0;
+}
