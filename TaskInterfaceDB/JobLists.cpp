@@ -41,8 +41,8 @@ int readAll(const char* name, Wrapper& cursor, TranWrapper& tw, std::string& err
 
 // Appends the ids of the jobs started from task info.taskId to `jobIds`, in the procedure's order.
 // 0 also when there are none; see readAll for failures. The caller owns the list.
-int TaskInterfaceDB::getJobListFromTaskId(_TaskInfo& info, std::list<unsigned long long>& jobIds, std::string& err,
-                                          void* tran) {
+int TaskInterfaceDB::getJobListFromTaskId(_TaskInfo& info, std::list<unsigned long long>& jobIds,
+                                          std::string& err, void* tran) {
     const char* name = "TaskInterfaceDB::getJobList";
     EvEvent event(name);
     TranWrapper tw(frame::callerTran(tran), name);

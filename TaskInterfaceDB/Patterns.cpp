@@ -48,7 +48,8 @@ int TaskInterfaceDB::getPatternInfo(_TaskInfo& info, std::string& err, void* tra
             if (static_cast<int>(entity.clientId) >= 1) {
                 table.setWhere(
                     "patternId IN ( SELECT patternId FROM TM_PatternAssoc WHERE subTaskId IN (\t\t\t\tSELECT "
-                    "subTaskId FROM TM_SubTask WHERE taskId IN (SELECT taskId FROM TM_AssocEntity WHERE clientId "
+                    "subTaskId FROM TM_SubTask WHERE taskId IN (SELECT taskId FROM TM_AssocEntity WHERE "
+                    "clientId "
                     "= %d)))",
                     static_cast<int>(entity.clientId));
             } else if (info.taskId != 0) {

@@ -124,13 +124,14 @@ int TaskInterfaceDB::getBitOptions(_TaskInfo& info, std::string& err, void* tran
 // Returns the close's or commit's code; see readOneOption for fetch failures.
 int TaskInterfaceDB::getExtendedOptions(_TaskInfo& info, std::string& err, void* tran) {
     return readOneOption<TM_GetExtendedOptionString, TM_GetExtendedOptionString_t>(
-        "TaskInterfaceDB::getExtendedOptions", 5, info, err, tran, [&](const TM_GetExtendedOptionString_t* row) {
+        "TaskInterfaceDB::getExtendedOptions", 5, info, err, tran,
+        [&](const TM_GetExtendedOptionString_t* row) {
             info.extendedOptions = row ? FXString::ToString(row->o_extOption) : std::string();
         });
 }
 
 // Waits for the job statistics query.
-int TaskInterfaceDB::getJobIdsFromBkpStats(std::list<unsigned long long>&, std::string, bool, int, std::string& err,
-                                           void*) {
+int TaskInterfaceDB::getJobIdsFromBkpStats(std::list<unsigned long long>&, std::string, bool, int,
+                                           std::string& err, void*) {
     return notAvailable(err);
 }

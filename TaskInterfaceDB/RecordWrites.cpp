@@ -42,7 +42,7 @@ int rewriteOne(const char* name, void* tran, std::string& err, Where&& where, Ch
     if (rc == 0) {
         change(*table.getDataPtr());
         // An empty set clause writes every column of the raw record back to the row.
-        if (table.rowUpdate("%s", "") != 0) frame::dbError(name, table, err);
+        if (table.rowUpdate("") != 0) frame::dbError(name, table, err);
     } else if (rc != DB_NO_DATA) {
         frame::dbError(name, table, err);
     }
@@ -91,7 +91,8 @@ int TaskInterfaceDB::setSubTaskInfo(_TaskInfo info, std::string& err, void* tran
         name, tran, err,
         [&](auto& table) {
             EvDebug::DebugLvl(5, name, "Called with taskId[%lu], subTaskId[%lu]",
-                              static_cast<unsigned long>(info.taskId), static_cast<unsigned long>(info.subTaskId));
+                              static_cast<unsigned long>(info.taskId),
+                              static_cast<unsigned long>(info.subTaskId));
             records::setSubTaskWhere(table, info);
         },
         [](TM_SubTask_t&) {});
@@ -114,18 +115,19 @@ int TaskInterfaceDB::setEntityInfo(_TaskInfo info, std::string& err, void* tran)
     int assocType = 3;
     const std::vector<Sched_AssocEntity> entities = info.entities;
     for (const Sched_AssocEntity& e : entities) {
-        EvDebug::DebugLvl(5, name,
-                          "Called with taskId[%lu], clientGroupId[%d], clientId[%d], apptypeId[%d], instanceId[%d], "
-                          "backupsetId[%d], subclientId[%d]",
-                          static_cast<unsigned long>(info.taskId), static_cast<int>(e.clientGroupId),
-                          static_cast<int>(e.clientId), static_cast<int>(e.apptypeId),
-                          static_cast<int>(e.instanceId), static_cast<int>(e.backupsetId),
-                          static_cast<int>(e.subclientId));
+        EvDebug::DebugLvl(
+            5, name,
+            "Called with taskId[%lu], clientGroupId[%d], clientId[%d], apptypeId[%d], instanceId[%d], "
+            "backupsetId[%d], subclientId[%d]",
+            static_cast<unsigned long>(info.taskId), static_cast<int>(e.clientGroupId),
+            static_cast<int>(e.clientId), static_cast<int>(e.apptypeId), static_cast<int>(e.instanceId),
+            static_cast<int>(e.backupsetId), static_cast<int>(e.subclientId));
         table.setWhere(
             "taskId = %d AND clientGroupId = %d AND clientId = %d AND apptypeId = %d AND instanceId = %d AND "
             "backupsetId = %d AND subclientId = %d",
-            taskId, static_cast<int>(e.clientGroupId), static_cast<int>(e.clientId), static_cast<int>(e.apptypeId),
-            static_cast<int>(e.instanceId), static_cast<int>(e.backupsetId), static_cast<int>(e.subclientId));
+            taskId, static_cast<int>(e.clientGroupId), static_cast<int>(e.clientId),
+            static_cast<int>(e.apptypeId), static_cast<int>(e.instanceId), static_cast<int>(e.backupsetId),
+            static_cast<int>(e.subclientId));
         assocType = assocTypeFor(e, assocType);
 
         rc = table.openCursor(nullptr);

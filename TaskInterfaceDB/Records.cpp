@@ -34,7 +34,8 @@ int TaskInterfaceDB::getJobInfo(_TaskInfo& info, std::string& err, void* tran) {
 int TaskInterfaceDB::getTaskInfo(_TaskInfo& info, std::string& err, void* tran) {
     const char* name = "TaskInterfaceDB::getTaskInfo";
     return records::readTable<TM_Task, TM_Task_t>(
-        name, tran, err, false, [&](auto& table) { table.setWhere("taskId = %d", static_cast<int>(info.taskId)); },
+        name, tran, err, false,
+        [&](auto& table) { table.setWhere("taskId = %d", static_cast<int>(info.taskId)); },
         [&](const TM_Task_t& row) {
             Sched_Task& task = info.task;
             task.taskId = static_cast<unsigned int>(row.taskId);
@@ -72,7 +73,8 @@ int TaskInterfaceDB::getSubTaskInfo(_TaskInfo& info, std::string& err, void* tra
 int TaskInterfaceDB::getEntityInfo(_TaskInfo& info, std::string& err, void* tran) {
     const char* name = "TaskInterfaceDB::getEntityInfo";
     return records::readTable<TM_AssocEntity, TM_AssocEntity_t>(
-        name, tran, err, true, [&](auto& table) { table.setWhere("taskId = %d", static_cast<int>(info.taskId)); },
+        name, tran, err, true,
+        [&](auto& table) { table.setWhere("taskId = %d", static_cast<int>(info.taskId)); },
         [&](const TM_AssocEntity_t& row) {
             Sched_AssocEntity e;
             e.assocId = static_cast<unsigned int>(row.assocId);

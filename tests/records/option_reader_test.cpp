@@ -5,7 +5,7 @@
 #include "records/RecordStore.h"
 
 class OptionReaderTest : public RecordStoreTest {
-protected:
+  protected:
     void SetUp() override {
         RecordStoreTest::SetUp();
         seed();
@@ -35,7 +35,8 @@ TEST_P(OptionReaderTest, XmlOptionsOfAJobASubtaskOrATasksFirstSubtask) {
     EXPECT_EQ(traced(cap, "Using task/subtask. Called with taskId[0], jobId[11], type[1]",
                      "TaskInterfaceDB::getXMLOptions"),
               1u);
-    EXPECT_EQ(traced(cap, "TABLE -> TM_SubTaskXMLOptions {subTaskId = 11}", "TaskInterfaceDB::getXMLOptions"), 1u);
+    EXPECT_EQ(traced(cap, "TABLE -> TM_SubTaskXMLOptions {subTaskId = 11}", "TaskInterfaceDB::getXMLOptions"),
+              1u);
     EXPECT_EQ(xml(12, 1), "untouched");
     EXPECT_EQ(xml(7, 2), doc) << "task 7's first subtask is 11";
     EXPECT_EQ(xml(8, 5), "untouched");
@@ -52,7 +53,8 @@ TEST_P(OptionReaderTest, BitAndExtendedOptionsOfAJob) {
     EXPECT_EQ(cap.find("Called with jobId[1001], type[0]", "TaskInterfaceDB::getBitOptions").at(0).level, 10);
     ASSERT_EQ(ti->getExtendedOptions(info, err, nullptr), 0);
     EXPECT_EQ(info.extendedOptions, "backup/compression=1;backup/encryption=1");
-    EXPECT_EQ(cap.find("Called with jobId[1001], type[0]", "TaskInterfaceDB::getExtendedOptions").at(0).level, 5);
+    EXPECT_EQ(cap.find("Called with jobId[1001], type[0]", "TaskInterfaceDB::getExtendedOptions").at(0).level,
+              5);
 
     _TaskInfo none;
     none.jobId = 1002;
@@ -97,7 +99,9 @@ TEST_P(OptionReaderTest, JobRequestOfAJobLastRowWinsAndTheIdIsCutTo32Bits) {
     ASSERT_EQ(ti->getJobRequestIdFromJobId(request, (1LL << 32) + 1002, err, nullptr), 0);
     EXPECT_EQ(request, 502);
 
-    exec("INSERT INTO TM_Jobs (jobId, jobRequestId, predecessor, status, timeToStart) VALUES (1002, 503, 0, 0, 0)");
+    exec(
+        "INSERT INTO TM_Jobs (jobId, jobRequestId, predecessor, status, timeToStart) VALUES (1002, 503, 0, "
+        "0, 0)");
     ASSERT_EQ(ti->getJobRequestIdFromJobId(request, 1002, err, nullptr), 0);
     EXPECT_EQ(request, 503);
     EXPECT_EQ(err, "caller's text");

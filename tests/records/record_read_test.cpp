@@ -4,7 +4,7 @@
 #include "records/RecordStore.h"
 
 class RecordReadTest : public RecordStoreTest {
-protected:
+  protected:
     void SetUp() override {
         RecordStoreTest::SetUp();
         seed();
@@ -171,7 +171,8 @@ TEST_P(RecordReadTest, DefaultTaskIdIsTheFlaggedTask) {
 
 TEST_P(RecordReadTest, HostileTextsRoundTripWithinTheColumnWidths) {
     const std::string quoted = "it's a \"test\" -- '; DROP TABLE TM_Task; --";
-    const std::string nonAscii = "Sauvegarde nocturne \xC3\xA9t\xC3\xA9 \xE6\x97\xA5\xE6\x9C\xAC \xF0\x9F\x92\xBE";
+    const std::string nonAscii =
+        "Sauvegarde nocturne \xC3\xA9t\xC3\xA9 \xE6\x97\xA5\xE6\x9C\xAC \xF0\x9F\x92\xBE";
     auto sqlText = [](const std::string& s) {
         std::string out;
         for (char c : s) out += c == '\'' ? std::string("''") : std::string(1, c);
