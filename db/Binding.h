@@ -22,8 +22,22 @@
 // `allowed` is true. An exception from the transaction is caught and logged as
 // "<name> Constructor [0x%08x], caught an exception" with the binding's header and line; the binding
 // stays usable. Returns true when the binding is now registered. Safe from any thread.
-TASKDB_API bool KODBRegisterBinding(DBtable* binding, DBtran* tran, bool allowed, const char* header,
-                                    int line, const char* name);
+inline bool KODBRegisterBinding(DBtable* binding, DBtran* tran, bool allowed, const char* header, int line,
+                                const char* name) {
+    bool registered = false;
+    KoCriticalSectionLock lock(&DBtable::DBCriticalSection);
+    try {
+        if (tran && allowed) {
+            tran->addObject(binding);
+            registered = true;
+        }
+    } catch (...) {
+        // The address is shown in 32 bits, as every constructor failure of the server logs it.
+        EvDebug::Error(header, "line %d: %s Constructor [0x%08x], caught an exception", line, name,
+                       static_cast<unsigned>(reinterpret_cast<std::uintptr_t>(binding)));
+    }
+    return registered;
+}
 // Undoes a registration made by KODBRegisterBinding (nothing when `registered` is false).
 inline void KODBUnregisterBinding(DBtable* binding, bool registered) {
     if (!registered || !binding->getTran()) return;

@@ -123,11 +123,15 @@ class CursorWrapper {
     // leaves `xml` untouched. -1 on any failure, with the text in *error.
     int getXMLFromCursor(std::string& xml, std::string* error, bool version11, bool addHeader) {
         std::string text;
-        int r = m_table->fetchText(text);
+        int r = m_table->openCursor();
+        if (r == 0) r = m_table->fetchText(text);
         if (r != 0) {
-            m_errorString = m_table->getErrorStr(r);
-            if (error) *error = m_errorString;
+            xmlFailed(r, error);
             m_table->closeCursor();
+            return -1;
+        }
+        if ((r = m_table->closeCursor()) != 0) {
+            xmlFailed(r, error);
             return -1;
         }
         if (text.empty()) return 0;
@@ -148,6 +152,12 @@ class CursorWrapper {
     std::string m_queryParams;
     const char* m_kind;
     std::string m_errorString;
+
+  private:
+    void xmlFailed(int r, std::string* error) {
+        m_errorString = m_table->getErrorStr(r);
+        if (error) *error = m_errorString;
+    }
 };
 
 template <class X, class X_t>
