@@ -1,5 +1,11 @@
 // Writers of the task, subtask and entity records. They never insert a task or a subtask, and a
 // missing row is not an error. They set no transaction hint: they may write.
+//
+// All operations here: 0 on success and when nothing matched (outputs then keep their values);
+// otherwise the failing step's code with the database text in `err`, which success never touches.
+// The caller owns the record, the lists and the transaction it passes. Any number of threads may call
+// at once: each call has its own trace event, transaction wrapper and cursor (a caller's transaction
+// must not be shared between concurrent calls).
 #include <cstring>
 #include <ctime>
 #include <vector>
