@@ -70,15 +70,8 @@ void KODBTimestamp::setString() const {
                   unsigned{t.day}, unsigned{t.hour}, unsigned{t.minute}, unsigned{t.second});
     strValue = buffer;
 }
-const std::string& KODBTimestamp::getStr() const {
-    return strValue;
-}
 int KODBTimestamp::getDataType() const {
     return 5;
-}
-std::string KODBTimestamp::toString(int) const {
-    setString();
-    return strValue;
 }
 
 // ---- text
@@ -106,15 +99,8 @@ int KODBText::setData(const char* data, int offset, int length, bool) {
 void KODBText::setString() const {
     strValue = value;
 }
-const std::string& KODBText::getStr() const {
-    return strValue;
-}
 int KODBText::getDataType() const {
     return 6;
-}
-std::string KODBText::toString(int) const {
-    setString();
-    return strValue;
 }
 
 KODB_string::KODB_string(const char* v) {

@@ -88,12 +88,7 @@ class KODBPrimitiveType : public KODBDataTypeBase {
         std::snprintf(buffer, sizeof buffer, getFormatString(), value);
         strValue = buffer;
     }
-    const std::string& getStr() const override { return strValue; }
     int getDataType() const override { return CODE; }
-    std::string toString(int) const override {
-        setString();
-        return strValue;
-    }
     const char* getFormatString() const { return *FMT; }
 
     // Stores a number: not NULL, updated.
@@ -121,9 +116,7 @@ class TASKDB_API KODBCompositeType<KOTIMESTAMP_STRUCT, 5> : public KODBDataTypeB
     explicit KODBCompositeType(const KOTIMESTAMP_STRUCT& v);
     int setData(const char* data, int offset, int length, bool) override;
     void setString() const override;
-    const std::string& getStr() const override;
     int getDataType() const override;
-    std::string toString(int) const override;
 };
 
 // A text value; strValue follows the value on every setString().
@@ -137,9 +130,7 @@ class TASKDB_API KODBCompositeType<std::string, 6> : public KODBDataTypeBase {
     // Writes `length` bytes at `offset`, growing the text when it is shorter than offset + length.
     int setData(const char* data, int offset, int length, bool) override;
     void setString() const override;
-    const std::string& getStr() const override;
     int getDataType() const override;
-    std::string toString(int) const override;
 };
 
 class TASKDB_API KODB_datetime : public KODBCompositeType<KOTIMESTAMP_STRUCT, 5> {

@@ -13,10 +13,10 @@ const char* argValue(char letter) {
     return letter == 'i' ? "KODB_int" : letter == 'b' ? "KODB_int64" : "KODB_string";
 }
 
-// "a1, a2, ..." or with a prefix per name.
-std::string argNames(const std::string& args, const std::string& prefix = "") {
+// "a1, a2, ...": the argument names of setValues.
+std::string argNames(const std::string& args) {
     std::string out;
-    for (size_t i = 0; i < args.size(); ++i) out += (i ? ", " : "") + prefix + "a" + std::to_string(i + 1);
+    for (size_t i = 0; i < args.size(); ++i) out += (i ? ", a" : "a") + std::to_string(i + 1);
     return out;
 }
 

@@ -2,7 +2,6 @@
 #include <cctype>
 #include <fstream>
 #include <set>
-#include <sstream>
 
 #include "Model.h"
 
