@@ -12,8 +12,10 @@
 //
 // Statement shapes (in the library's SQL Server dialect; the backend translates):
 //   table open:   SELECT <column list> FROM <name> [WHERE <where>] [ORDER BY <order-by>]
-//   rowUpdate:    UPDATE <name> SET <set clause> [WHERE <where>]; with an empty set clause every
-//                 column but the identity is written from the raw record
+//   rowUpdate:    UPDATE <name> SET <set clause> WHERE <identity> = <the record's identity> (the row
+//                 fetched since the where-clause was last set), or WHERE <where> for a table without
+//                 identity or when no row was fetched; with an empty set clause every column but the identity is written from
+//                 the raw record
 //   rowInsert:    INSERT INTO <name> (<every column but the identity>) VALUES (raw record); the new
 //                 identity value is written back into the record
 //   rowDelete:    DELETE FROM <name> [WHERE <where>]

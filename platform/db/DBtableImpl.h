@@ -25,6 +25,7 @@ struct DBtable::Impl {
     int columnCount = 0;
     long long* indicators = nullptr;
     std::string where;
+    bool rowRead = false;  // a row was fetched since the where-clause was set: updates name it by identity
     unsigned long cursorType = 0;
 
     // ---- the open cursor
