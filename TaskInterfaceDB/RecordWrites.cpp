@@ -27,8 +27,8 @@ void copyBounded(char (&field)[N], const std::string& text) {
     field[n] = '\0';
 }
 
-// Finds the row that `where` selects first and, when there is one, lets `change(table, record)` edit
-// the raw record and writes the whole row back. An update failure is traced and left in `err`; the close's
+// Finds the row that `where` selects first and, when there is one, lets `change(record)` edit the raw
+// record and writes that row back whole. An update failure is traced and left in `err`; the close's
 // code replaces it, so the rest of the work is still committed (the frame's rule).
 template <class X, class X_t, class Where, class Change>
 int rewriteOne(const char* name, void* tran, std::string& err, Where&& where, Change&& change) {
@@ -46,7 +46,7 @@ int rewriteOne(const char* name, void* tran, std::string& err, Where&& where, Ch
     }
     rc = table.fetchCursor(true, nullptr);
     if (rc == 0) {
-        change(table, *table.getDataPtr());
+        change(*table.getDataPtr());
         // An empty set clause writes every column of the raw record back to the row.
         if (table.rowUpdate("") != 0) frame::dbError(name, table, err);
     } else if (rc != DB_NO_DATA) {
@@ -80,7 +80,7 @@ int TaskInterfaceDB::setTaskInfo(_TaskInfo info, std::string& err, void* tran) {
             EvDebug::DebugLvl(5, name, "Called with taskId[%lu]", static_cast<unsigned long>(info.taskId));
             table.setWhere("taskId = %d", static_cast<int>(info.taskId));
         },
-        [&](auto&, TM_Task_t& row) {
+        [&](TM_Task_t& row) {
             std::string sequence;
             BasicConversion::toString(info.task.sequenceNumber, sequence);
             copyBounded(row.sequenceNumber, sequence);
@@ -101,11 +101,7 @@ int TaskInterfaceDB::setSubTaskInfo(_TaskInfo info, std::string& err, void* tran
                               static_cast<unsigned long>(info.subTaskId));
             records::setSubTaskWhere(table, info);
         },
-        [](auto& table, TM_SubTask_t& row) {
-            // The update takes the cursor's clause: keyed by the task alone it would rewrite every
-            // subtask of the task with the first one's values, so aim it at the row that was read.
-            table.setWhere("subTaskId = %d", row.subTaskId);
-        });
+        [](TM_SubTask_t&) {});
 }
 
 // Associates each of info.entities with task info.taskId, inserting only the associations that do
