@@ -87,13 +87,11 @@ void DBtable::setWhere(const char* format, ...) {
     va_list args;
     va_start(args, format);
     m_impl->where = DBvformat(format, args);
-    m_impl->rowRead = false;
     va_end(args);
 }
 
 void DBtable::setWhereText(const std::string& clause) {
     m_impl->where = clause;
-    m_impl->rowRead = false;
 }
 const std::string& DBtable::getWhere() const {
     return m_impl->where;

@@ -55,12 +55,8 @@ int DBtable::rowUpdate(const std::string& setClause) {
     if (m.faulted(dbfault::Step::Update, code)) return code;
     std::string sql =
         "UPDATE " + m.name + " SET " + (setClause.empty() ? m.setClauseFromRecord() : setClause);
-    // The update is of the row that was read: its identity names it when the table has one, so
-    // other rows that match the where-clause are left alone.
-    if (m.rowRead && m.identityField && *m.identityField > 0)
-        sql += " WHERE " + m.identityColumn + " = " + std::to_string(*m.identityField);
-    else if (!m.where.empty())
-        sql += " WHERE " + m.where;
+    const std::string where = m.updateWhere();
+    if (!where.empty()) sql += " WHERE " + where;
     dbl::Error e;
     m.rowsAffected = 0;
     if (int rc = runWrite(m.tran, sql, m.rowsAffected, m.name, m.identityColumn, nullptr, e))
