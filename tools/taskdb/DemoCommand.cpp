@@ -1,0 +1,195 @@
+// taskdb demo: on a fresh store, seed a small schedule and walk through the operations a job manager
+// uses, printing what it would see.
+#include <iostream>
+
+#include "platform/db/DBconfig.h"
+#include "platform/db/DBschema.h"
+#include "platform/db/DBtran.h"
+#include "tools/taskdb/Commands.h"
+#include "tools/taskdb/DemoSeed.h"
+#include "tools/taskdb/Library.h"
+#include "tools/taskdb/Output.h"
+#include "tools/taskdb/Session.h"
+#include "tools/taskdb/TaskView.h"
+
+namespace {
+
+void heading(const std::string& title) {
+    std::cout << "\n== " << title << '\n';
+}
+
+// Prints the call and its result; a failure ends the demo with the error text.
+struct Step {
+    int failures = 0;
+    bool operator()(const std::string& call, int rc, const std::string& err) {
+        std::cout << call << " -> " << rc;
+        if (rc != 0) {
+            std::cout << "  error: " << err;
+            ++failures;
+        }
+        std::cout << '\n';
+        return rc == 0;
+    }
+};
+
+void showOptions(const std::vector<CollectedOption>& rows) {
+    std::vector<std::vector<std::string>> table;
+    for (const auto& r : rows) table.push_back({std::to_string(r.id), std::to_string(r.type), r.value});
+    printTable({"OPTION", "TYPE", "VALUE"}, table);
+}
+
+void walkTask(TaskInterface& ti, Step& step) {
+    heading("The schedule");
+    _TaskInfo def;
+    std::string err;
+    if (step("getDefaultTaskId()", ti.getDefaultTaskId(def, err, nullptr), err))
+        std::cout << "default task: " << def.task.taskId << '\n';
+    _TaskInfo info;
+    info.taskId = 7;
+    if (step("getTaskInfo/getSubTaskInfo/getEntityInfo/getPatternInfo(task 7)", readTask(ti, info, err), err))
+        printTask(info);
+}
+
+void walkJob(TaskInterface& ti, Step& step) {
+    heading("A job starts: job 1001");
+    _TaskInfo job;
+    job.jobId = 1001;
+    std::string err;
+    if (step("getJobInfo(job 1001)", ti.getJobInfo(job, err, nullptr), err))
+        std::cout << "task " << job.taskId << ", subtask " << job.subTaskId << '\n';
+    long long request = 0;
+    if (step("getJobRequestIdFromJobId(1001)", ti.getJobRequestIdFromJobId(request, 1001, err, nullptr), err))
+        std::cout << "request " << request << '\n';
+    std::list<unsigned long long> jobs;
+    _TaskInfo task;
+    task.taskId = 7;
+    if (step("getJobListFromTaskId(task 7)", ti.getJobListFromTaskId(task, jobs, err, nullptr), err)) {
+        std::cout << "jobs of task 7:";
+        for (auto id : jobs) std::cout << ' ' << id;
+        std::cout << '\n';
+    }
+
+    OptionCollector defaults;
+    if (step("getDefaults() (reads the catalogue once)", ti.getDefaults(&defaults, err, nullptr), err))
+        showOptions(defaults.rows);
+    OptionCollector again;
+    step("getDefaults() again (served from memory)", ti.getDefaults(&again, err, nullptr), err);
+
+    OptionCollector options;
+    if (step("getOptions(job 1001): its own options and those inherited from subtask 11",
+             ti.getOptions(job, &options, err, nullptr), err))
+        showOptions(options.rows);
+    job.optionId = 1003;
+    if (step("lookup(job 1001, option 1003)", ti.lookup(job, err, nullptr), err))
+        std::cout << "value: '" << job.value << "' (lookup reads the job's first option row)\n";
+    _TaskInfo idle;
+    idle.jobId = 1002;
+    idle.optionId = 1005;
+    if (step("lookup(job 1002, option 1005): no job options, so the static default",
+             ti.lookup(idle, err, nullptr), err))
+        std::cout << "value: '" << idle.value << "'\n";
+
+    _TaskInfo sub;
+    sub.jobId = 11;
+    sub.type = 1;
+    OptionCollector subOptions;
+    if (step("getOptions(subtask 11)", ti.getOptions(sub, &subOptions, err, nullptr), err))
+        showOptions(subOptions.rows);
+
+    _TaskInfo bits = job;
+    if (step("getBitOptions(job 1001)", ti.getBitOptions(bits, err, nullptr), err))
+        std::cout << "bit word: " << bits.bitOptions << '\n';
+    if (step("getExtendedOptions(job 1001)", ti.getExtendedOptions(bits, err, nullptr), err))
+        std::cout << "extended: " << bits.extendedOptions << '\n';
+    if (step("getXMLOptions(job 1001)", ti.getXMLOptions(bits, err, nullptr), err))
+        std::cout << "xml: " << bits.xmlOptions << '\n';
+}
+
+void walkWrites(TaskInterface& ti, Step& step) {
+    heading("The job manager writes");
+    _TaskInfo job;
+    job.jobId = 1001;
+    job.taskId = 7;
+    job.subTaskId = 11;
+    std::string err;
+    TaskOption streams(1003, "16", 3), label(1007, "O'Brien's \"finance\" set; -- kept as text", 4);
+    step("setOptions(job 1001: option 1003 = 16, new option 1007 with quotes)",
+         ti.setOptions(job, {&streams, &label}, err, nullptr), err);
+    OptionCollector options;
+    if (step("getOptions(job 1001)", ti.getOptions(job, &options, err, nullptr), err))
+        showOptions(options.rows);
+    step("removeOptions(job 1001: option 1007)",
+         ti.removeOptions(job, std::vector<unsigned long long>{1007}, err, nullptr), err);
+
+    TaskFile content(2001, "/srv/finance/2026", 150002), filter(2002, "*.bak", 150005);
+    step("setFiles(job 1001: content replaced, one more filter)",
+         ti.setFiles(job, {&content, &filter}, err, nullptr), err);
+    OptionCollector files;
+    if (step("getFiles(job 1001)", ti.getFiles(job, &files, err, nullptr), err)) showOptions(files.rows);
+
+    _TaskInfo task;
+    task.taskId = 7;
+    ti.getTaskInfo(task, err, nullptr);
+    task.task.sequenceNumber = 42;
+    step("setTaskInfo(task 7: sequence number 42)", ti.setTaskInfo(task, err, nullptr), err);
+    Sched_AssocEntity sub;
+    sub.clientId = 12;
+    sub.apptypeId = 33;
+    sub.instanceId = 1;
+    sub.backupsetId = 40;
+    sub.subclientId = 303;
+    task.entities = {sub};
+    step("setEntityInfo(task 7: subclient 303 added)", ti.setEntityInfo(task, err, nullptr), err);
+
+    heading("A caller's transaction, rolled back");
+    DBtran tran;
+    if (!step("DBtran::begin()", tran.begin(&err), err)) return;
+    TaskOption temp(1008, "temporary", 4);
+    step("setOptions(job 1001: option 1008) inside the caller's transaction",
+         ti.setOptions(job, {&temp}, err, &tran), err);
+    step("rollback()", tran.rollback(&err), err);
+    _TaskInfo check = job;
+    check.optionId = 1008;
+    OptionCollector after;
+    ti.getOptions(check, &after, err, nullptr);
+    bool found = false;
+    for (const auto& r : after.rows) found = found || r.id == 1008;
+    std::cout << "option 1008 after the rollback: " << (found ? "present" : "gone") << '\n';
+}
+
+int runDemo(const ToolContext& ctx) {
+    applyUrl(ctx);
+    std::string err, url = dbconfig::url();
+    heading("Store");
+    int rc = DBinitSchema(url, &err);
+    if (rc != 0) return reportFailure("init", rc, err);
+    std::cout << url << " at schema version " << kTaskdbSchemaVersion << '\n';
+    rc = seedDemoStore(err);
+    if (rc != 0) return reportFailure("seeding the demo schedule (run the demo on an empty store)", rc, err);
+    std::cout << "seeded: a default task, task 7 with two subtasks, entities, patterns, options, jobs 1001 "
+                 "and 1002\n";
+
+    heading("Loading the library as the job manager does");
+    TaskLibrary lib;
+    std::cout << "dlopen(" << lib.path() << "), dlsym(getTaskInterface)\n";
+    auto none = lib.create(2);
+    auto ti = lib.create(1);
+    std::cout << "getTaskInterface(2) -> " << (none ? "an object" : "null") << '\n';
+    std::cout << "getTaskInterface(1) -> " << (ti ? "a TaskInterface" : "null") << '\n';
+    if (!ti) return 1;
+
+    Step step;
+    walkTask(*ti, step);
+    walkJob(*ti, step);
+    walkWrites(*ti, step);
+    heading(step.failures ? "Finished with failures" : "Finished");
+    return step.failures ? 1 : 0;
+}
+
+}  // namespace
+
+void addDemoCommand(CLI::App& app, ToolContext& ctx) {
+    auto* cmd =
+        app.add_subcommand("demo", "Seed a fresh store and walk through the operations a job manager uses");
+    cmd->callback([&ctx] { ctx.exitCode = runDemo(ctx); });
+}
