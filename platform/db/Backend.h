@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "platform/db/SchemaDdl.h"
+
 namespace dbl {
 
 struct Error {
@@ -20,7 +22,7 @@ struct Error {
 };
 
 class Statement {
-public:
+  public:
     virtual ~Statement() = default;
     // Parameters are numbered from 1; all are cleared by reset().
     virtual void bindNull(int index) = 0;
@@ -56,7 +58,7 @@ struct Param {
 };
 
 class Connection {
-public:
+  public:
     virtual ~Connection() = default;
     virtual const char* backendName() const = 0;
     // Starts a transaction: `write` asks for the write lock at once (so writers queue instead of
@@ -65,7 +67,9 @@ public:
     virtual int commit(Error& err) = 0;
     virtual int rollback(Error& err) = 0;
     // `sql` is in the library's dialect. The statement may come from the connection's cache; literals
-    // may be moved into `params`, which the caller binds first (parameters of its own follow them).
+    // may be moved into `params`, which the caller binds first (parameters of its own follow them, so
+    // the caller's own markers must come after every literal in the text). A statement must be
+    // released before its connection is given back or destroyed.
     virtual StatementPtr prepare(const std::string& sql, std::vector<Param>& params, Error& err) = 0;
     // A stored procedure taking `argCount` inputs.
     virtual StatementPtr prepareProcedure(const std::string& name, int argCount, Error& err) = 0;
@@ -75,12 +79,27 @@ public:
     virtual long long lastIdentity(const std::string& table, const std::string& column, Error& err) = 0;
     // True once the connection is known to be unusable (it is then dropped instead of pooled).
     virtual bool broken() const = 0;
+    // How this database creates the reference schema; null when the backend cannot create it.
+    // The object is owned by the caller and independent of the connection.
+    virtual std::unique_ptr<SchemaDdl> schemaDdl() const { return nullptr; }
 };
 
 // Opens a connection to `url` ("sqlite:PATH" or "odbc:CONNECTION-STRING"); null with err set on failure.
+// The first connection to each store in a process also checks the store's recorded schema version and
+// refuses (DB_ERR_SCHEMA_NEWER) a store made by a newer library. Thread-safe.
 std::unique_ptr<Connection> connect(const std::string& url, Error& err);
 
-// Connections of the configured URL, kept for reuse across transactions.
+// The ODBC backend (platform/db/odbc): `url` is the whole URL, "odbc:" prefix included. Null with err
+// set on failure. Thread-safe. The backend defines it and provides platform/db/odbc/OdbcConnect.h
+// (which may just include this header); connect() calls it when that header exists.
+std::unique_ptr<Connection> connectOdbc(const std::string& url, Error& err);
+
+// Connections of the configured URL (dbconfig::url()), kept for reuse across transactions.
+// acquire: an idle connection of that URL or a new one; null with err set on failure. The caller owns
+// the connection until it gives it back, and uses it from one thread at a time.
+// giveBack: the caller has ended any transaction on it; keeps the connection for reuse when it is
+// healthy and of the URL in force, closes it otherwise. Null is ignored. Both are thread-safe; connections
+// inherited across fork() are never handed out in the child.
 std::unique_ptr<Connection> acquire(Error& err);
 void giveBack(std::unique_ptr<Connection> connection);
 

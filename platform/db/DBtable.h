@@ -7,7 +7,8 @@
 // by itself.
 //
 // Result codes: 0 success, 100 no (more) data, anything else the backend's code (or an injected
-// fault's), with the backend's own message from getErrorStr().
+// fault's, or one of DBerrors.h), with the backend's own message from getErrorStr(). rowUpdate and
+// rowDelete return 100 when no row matched, as ODBC does.
 //
 // Statement shapes (in the library's SQL Server dialect; the backend translates):
 //   table open:   SELECT <column list> FROM <name> [WHERE <where>] [ORDER BY <order-by>]
@@ -18,8 +19,16 @@
 //   rowDelete:    DELETE FROM <name> [WHERE <where>]
 //   procedure open: runs the procedure with the bound inputs (or the argument text)
 //   cursor open:  runs the binding's statement text with its arguments
+// Every value of the raw record and of the where-clause reaches the database as a bound parameter.
+// Fetch fills the raw record column by column: NULL gives 0, the empty text or a cleared date; s<n>
+// keeps at most n-1 bytes, u<n> at most n-1 characters; the indicator array gets -1 for NULL, else
+// the value's full length in bytes (before any truncation) or the size of the integer.
 //
-// Thread safety: one DBtable is used by one thread at a time.
+// Every step (open, fetch, close, insert, update, delete) first asks dbfault::hit and, when a fault
+// is armed for it, fails with the fault's code and text without touching the database.
+//
+// Thread safety: one DBtable is used by one thread at a time. It must not outlive its transaction;
+// a cursor still open when the transaction ends is closed by it (a later fetch fails).
 #include <memory>
 #include <string>
 #include <vector>
@@ -32,9 +41,9 @@ class DBtran;
 class KODBDataTypeBase;
 
 class KO_PLATFORM_API DBtable {
-public:
-    // 1: bindings build row objects and bind procedure inputs as value objects; 0: they pass
-    // procedure inputs as argument text. Process-wide; set it before any binding is built.
+  public:
+    // 1: bindings build row objects and bind procedure inputs as value objects; 0 (the default):
+    // they pass procedure inputs as argument text. Process-wide; set it before any binding is built.
     static int b_newDBBase;
     // Guards the registration of bindings with transactions.
     static KoCriticalSection DBCriticalSection;
@@ -58,7 +67,10 @@ public:
     void setRecord(void* record, const DBcolumn* columns, int count);
     // An array of one long long per column: -1 for a NULL value, else the value's length.
     void setExtIndicatorArray(void* indicators);
-    // Cursor bindings: the statement text, with printf placeholders filled by CallDBsprintfWrapper.
+    // Cursor bindings: the statement text, a printf format. Open runs, in this order of preference:
+    // the text built by CallDBsprintfWrapper (the binding passes the statement text as the format);
+    // the statement text with each placeholder replaced by the next bound input (texts with their
+    // quotes doubled); the statement text as it is.
     void setStatementText(const char* text);
 
     int getKind() const;
@@ -75,16 +87,22 @@ public:
     // Takes an already formatted where-clause as it is ("" selects every row).
     void setWhereText(const std::string& clause);
     const std::string& getWhere() const;
+    // Accepted for compatibility; every backend reads forward only.
     void setCursorType(unsigned long type);
 
+    // Runs the statement (an open cursor is closed first) and reads ahead to the first row, so
+    // that errors show here: 0 or an error code. A table with no transaction takes a pooled
+    // connection in autocommit until the cursor is closed.
     int openCursor();
-    // Fills the raw record with the next row: 0, 100 at the end, or an error code.
+    // Fills the raw record with the next row: 0, 100 at the end, or an error code. With `next`
+    // false the current row is read into the record again (the next row when there is none).
     int fetchCursor(bool next = true);
     // 0 when no cursor is open.
     int closeCursor();
     bool isOpen() const;
-    // Runs the statement and concatenates the first column of every row (an XML result); 0 or code.
-    // Opens and closes by itself.
+    // Concatenates the first column of every remaining row (an XML result): 0 (also for no row,
+    // with `text` empty) or an error code. Opens and closes by itself when no cursor is open, else
+    // reads the open cursor and leaves it open.
     int fetchText(std::string& text);
 
     int rowUpdate(const std::string& setClause);
@@ -93,29 +111,43 @@ public:
     // Rows changed by the last update, insert or delete.
     long long rowsAffected() const;
 
-    // The text of the last failure (the code is the one that failure returned).
+    // The text of the last failure when `code` is its code; "No data" for 100; "" for 0.
     std::string getErrorStr(int code) const;
 
+    // The database layer's own use: gives an open cursor's statement back without a close step
+    // (the transaction does this before its connection changes hands).
+    void releaseStatement();
+
     // ---- procedure and cursor inputs
-    // Binds the next input; the table takes ownership of the value object.
+    // Two ways to give inputs: bound value objects (used when valuesBound() is true) or argument
+    // text, "5,-1,N'x',NULL" (numbers, quoted texts, NULL, separated by commas), which open reads
+    // back into parameters. Either stays in force for later opens until replaced.
+    // Binds the next input; the table takes ownership of the value object (read through its
+    // virtual getDataType/setString/getStr and its isNull member only).
     void BindInput(KODBDataTypeBase* value);
     void ClearBoundInputs();
+    // Reserve room in the argument text or the query text; nothing else.
     void valuesClauseCheck(unsigned long room);
     void querySizeCheck(unsigned long room, bool keep);
-    // Appends formatted argument text (procedures: "5,0,'x'"; cursors: fills the statement text).
+    // Appends formatted argument text (quotes inside %s arguments doubled); the first call after
+    // an open starts a new text.
     void CallDBsprintfWrapper(const char* format, ...) KO_PRINTF(2, 3);
     const std::string& getValuesText() const;
     void setValuesBound(bool bound);
     bool valuesBound() const;
 
-private:
+  private:
     struct Impl;
     std::unique_ptr<Impl> m_impl;
 };
 
-// Fetch helpers of the database layer.
+// Fetch helpers of the database layer. Same thread rules as the table.
 // getNextRow: opens the table's cursor when it is not open, fetches the next row (0) and counts it in
-// *rowCounter, or returns 100 at the end (the cursor is then closed) or an error code.
+// *rowCounter (may be null), or returns 100 at the end or an error code; the cursor is closed on
+// anything but 0. `limit` > 0 ends the rows (100) once *rowCounter has reached it; -1 or 0: no
+// limit. `flags` is reserved (pass 0).
 KO_PLATFORM_API int getNextRow(DBtable* table, int* rowCounter, int limit, int flags);
-// getOneRow: opens, fetches one row and closes; 0, 100 or an error code.
+// getOneRow: opens, fetches one row and closes; the fetch's 0 or 100, or the first error code.
+// `lock` is accepted for compatibility (a write transaction already holds the store's write lock);
+// `limit` and `flags` are reserved.
 KO_PLATFORM_API int getOneRow(DBtable* table, bool lock, int limit, int flags);

@@ -20,7 +20,7 @@ class Connection;
 }
 
 class KO_PLATFORM_API DBtran {
-public:
+  public:
     // Transaction hint that marks a transaction which only reads.
     static constexpr int kHintRead = 6;
 
@@ -29,12 +29,14 @@ public:
     DBtran(const DBtran&) = delete;
     DBtran& operator=(const DBtran&) = delete;
 
-    // Takes a connection (0), or returns the connection failure's code with its text in *err.
+    // Takes a pooled connection (0), or returns the connection failure's code with its text in *err.
+    // Beginning an active transaction changes nothing and returns 0.
     int begin(std::string* err = nullptr);
     // Commits the work since begin (0) and gives the connection back; a failure keeps the
-    // transaction open so that the caller may roll back.
+    // transaction open so that the caller may roll back. 0 when the transaction is not active.
     int commit(std::string* err = nullptr);
-    // Rolls back and gives the connection back.
+    // Rolls back and gives the connection back (0, or the rollback's code and text; the
+    // transaction ends either way, and a connection whose rollback failed is not reused).
     int rollback(std::string* err = nullptr);
     bool active() const;
 
@@ -43,16 +45,25 @@ public:
     void setHint(int hint);
     int hint() const;
 
-    // Bindings register while they live on the transaction.
+    // Bindings register while they live on the transaction (under DBtable::DBCriticalSection; the
+    // list is informational: the transaction never calls a registered binding).
     void addObject(DBtable* table);
     void removeObject(DBtable* table);
     size_t objectCount() const;
 
-    // The database layer's access to the connection; starts the store transaction on first use.
-    // Null when the transaction is not active. On failure returns null with the code and text set.
-    dbl::Connection* connectionForStatement(int& code, std::string& text);
+    // The database layer's access to the connection; starts the store transaction on first use: a
+    // read transaction when the hint is 6 and the first statement does not `write`, else a write
+    // transaction (a read transaction that later writes may fail with SQLite's busy code). Null with
+    // the code and text set when the transaction is not active or the BEGIN fails.
+    dbl::Connection* connectionForStatement(int& code, std::string& text, bool write = false);
 
-private:
+    // The database layer's bookkeeping of open cursors: a cursor open on this transaction is
+    // tracked, and commit, rollback and destruction close it first (its statement must not outlive
+    // the transaction's hold on the connection).
+    void trackCursor(DBtable* table);
+    void untrackCursor(DBtable* table);
+
+  private:
     struct Impl;
     std::unique_ptr<Impl> m_impl;
 };

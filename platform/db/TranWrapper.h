@@ -1,10 +1,12 @@
 #pragma once
 // The transaction of one operation: the caller's, or one of its own.
 //
-// ensureTran() uses the caller's transaction when one was given, else begins an own one.
+// ensureTran() uses the caller's transaction when one was given (beginning it when it is not active;
+// ending it stays the caller's), else begins an own one.
 // commitIfOwnTran() commits only an own transaction. An own transaction that was not committed is
 // rolled back when the wrapper goes away, so a failed operation leaves nothing half-written.
 // setHint() applies to an own transaction only; a caller's transaction keeps its own mode.
+// A wrapper belongs to one operation on one thread.
 #include <memory>
 #include <string>
 
@@ -13,7 +15,7 @@
 class DBtran;
 
 class KO_PLATFORM_API TranWrapper {
-public:
+  public:
     TranWrapper(DBtran* callers, const std::string& name);
     ~TranWrapper();
     TranWrapper(const TranWrapper&) = delete;
@@ -29,7 +31,7 @@ public:
     operator DBtran*() const { return m_tran; }
     bool ownsTran() const { return m_own != nullptr; }
 
-private:
+  private:
     DBtran* m_callers;
     std::unique_ptr<DBtran> m_own;
     DBtran* m_tran = nullptr;

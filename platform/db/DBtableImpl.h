@@ -1,0 +1,77 @@
+#pragma once
+// DBtable's state, shared by the files that implement it (description, cursor, writes, record,
+// inputs). Internal to the database layer.
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "platform/db/Backend.h"
+#include "platform/db/DBfault.h"
+#include "platform/db/DBtable.h"
+#include "platform/db/InputValue.h"
+
+struct DBtable::Impl {
+    // ---- description
+    std::string name;
+    int flags = 0;
+    DBtran* tran = nullptr;
+    int kind = kTable;
+    std::string columnList, version, description, orderBy, statementText;
+    std::string identityColumn;
+    int identityIndex = 0;
+    int* identityField = nullptr;
+    void* record = nullptr;
+    const DBcolumn* columns = nullptr;
+    int columnCount = 0;
+    long long* indicators = nullptr;
+    std::string where;
+    unsigned long cursorType = 0;
+
+    // ---- the open cursor
+    dbl::StatementPtr stmt;
+    std::unique_ptr<dbl::Connection> ownConn;  // autocommit cursor of a table without transaction
+    bool open = false;
+    bool hasRow = false;     // the statement is positioned on a row
+    bool readAhead = false;  // open has stepped once; `readAheadCode` is the next fetch's result
+    int readAheadCode = 0;
+    dbl::Error readAheadError;
+
+    // ---- results
+    int lastCode = 0;
+    std::string lastText;
+    long long rowsAffected = 0;
+
+    // ---- inputs
+    std::vector<std::unique_ptr<KODBDataTypeBase>> inputs;
+    std::string valuesText;
+    bool valuesBound = false;
+    bool valuesUsed = false;  // an open read the text: the next CallDBsprintfWrapper starts anew
+
+    // Records a failure and returns its code.
+    int fail(int code, const std::string& text) {
+        lastCode = code;
+        lastText = text;
+        return code;
+    }
+    // Asks the fault injector about `step`: true (failure recorded, code in `code`) when armed.
+    bool faulted(dbfault::Step step, int& code) {
+        std::string text;
+        if (!dbfault::hit(step, code, text)) return false;
+        fail(code, text);
+        return true;
+    }
+
+    // The statement text of a table select, with the where-clause and order.
+    std::string selectText() const;
+    // The column names of the raw record (or the column list text when there is no record).
+    std::string columnNames() const;
+    // Reads the positioned row into the raw record and the indicator array.
+    void fillRecord(dbl::Statement& st);
+    // "INSERT INTO ..." and the set clause of an update, with the record's values as literals.
+    std::string insertText() const;
+    std::string setClauseFromRecord() const;
+    // The inputs as parameters: from the value objects or the argument text. 0 or a failure.
+    int inputParams(std::vector<dbl::Param>& params);
+    // The statement text of a cursor binding (see setStatementText).
+    int cursorText(std::string& sql);
+};

@@ -1,0 +1,93 @@
+// DBtable's writes: update, insert and delete, on the transaction's connection or, without one, on
+// a pooled connection in autocommit.
+#include "platform/db/Bind.h"
+#include "platform/db/DBerrors.h"
+#include "platform/db/DBtableImpl.h"
+#include "platform/db/DBtran.h"
+#include "platform/trace/EvDebug.h"
+
+namespace {
+
+constexpr const char* kTrace = "DBtable";
+
+// Runs one write statement; `rows` receives the rows changed, `identity` (when not null) the
+// identity the statement gave. 0 or the failure's code with its text in `e`.
+int runWrite(DBtran* tran, const std::string& sql, long long& rows, const std::string& table,
+             const std::string& identityColumn, long long* identity, dbl::Error& e) {
+    std::unique_ptr<dbl::Connection> own;
+    dbl::Connection* conn = nullptr;
+    if (tran) {
+        int code = 0;
+        conn = tran->connectionForStatement(code, e.text, true);
+        if (!conn) return e.code = code;
+    } else {
+        own = dbl::acquire(e);
+        if (!own) return e.code ? e.code : DB_ERR_NOT_ACTIVE;
+        conn = own.get();
+    }
+    EvDebug::DebugLvl(10, kTrace, "write [%s]: %s", table.c_str(), sql.c_str());
+    int rc;
+    {
+        std::vector<dbl::Param> params;
+        dbl::StatementPtr st = conn->prepare(sql, params, e);
+        if (!st) {
+            rc = e.code ? e.code : DB_ERR_NO_STATEMENT;
+        } else {
+            dbl::bindParams(*st, params);
+            rc = st->step(e);
+            if (rc == 0 || rc == DB_NO_DATA) {
+                rows = st->changes();
+                rc = 0;
+            }
+        }
+    }
+    if (rc == 0 && identity) *identity = conn->lastIdentity(table, identityColumn, e);
+    dbl::giveBack(std::move(own));
+    return rc;
+}
+
+}  // namespace
+
+int DBtable::rowUpdate(const std::string& setClause) {
+    Impl& m = *m_impl;
+    int code = 0;
+    if (m.faulted(dbfault::Step::Update, code)) return code;
+    std::string sql =
+        "UPDATE " + m.name + " SET " + (setClause.empty() ? m.setClauseFromRecord() : setClause);
+    if (!m.where.empty()) sql += " WHERE " + m.where;
+    dbl::Error e;
+    m.rowsAffected = 0;
+    if (int rc = runWrite(m.tran, sql, m.rowsAffected, m.name, m.identityColumn, nullptr, e))
+        return m.fail(rc, e.text);
+    return m.rowsAffected ? 0 : m.fail(DB_NO_DATA, "No data");
+}
+
+int DBtable::rowInsert(bool returnIdentity) {
+    Impl& m = *m_impl;
+    int code = 0;
+    if (m.faulted(dbfault::Step::Insert, code)) return code;
+    if (!m.record || m.columnCount == 0)
+        return m.fail(DB_ERR_NO_STATEMENT, "no record to insert into [" + m.name + "]");
+    long long identity = 0;
+    const bool wantIdentity = returnIdentity && m.identityField && !m.identityColumn.empty();
+    dbl::Error e;
+    m.rowsAffected = 0;
+    if (int rc = runWrite(m.tran, m.insertText(), m.rowsAffected, m.name, m.identityColumn,
+                          wantIdentity ? &identity : nullptr, e))
+        return m.fail(rc, e.text);
+    if (wantIdentity) *m.identityField = static_cast<int>(identity);
+    return 0;
+}
+
+int DBtable::rowDelete() {
+    Impl& m = *m_impl;
+    int code = 0;
+    if (m.faulted(dbfault::Step::Delete, code)) return code;
+    std::string sql = "DELETE FROM " + m.name;
+    if (!m.where.empty()) sql += " WHERE " + m.where;
+    dbl::Error e;
+    m.rowsAffected = 0;
+    if (int rc = runWrite(m.tran, sql, m.rowsAffected, m.name, m.identityColumn, nullptr, e))
+        return m.fail(rc, e.text);
+    return m.rowsAffected ? 0 : m.fail(DB_NO_DATA, "No data");
+}

@@ -1,0 +1,150 @@
+// A transaction on one pooled connection; the store's BEGIN waits for the first statement so that
+// the read hint can choose the kind of transaction.
+#include "platform/db/DBtran.h"
+
+#include <algorithm>
+
+#include "platform/db/Backend.h"
+#include "platform/db/DBerrors.h"
+#include "platform/db/DBfault.h"
+#include "platform/db/DBtable.h"
+
+struct DBtran::Impl {
+    std::unique_ptr<dbl::Connection> conn;
+    bool active = false;
+    bool started = false;  // the store's BEGIN was sent
+    int hint = 0;
+    std::vector<DBtable*> objects;
+    std::vector<DBtable*> cursors;
+
+    // Open cursors give their statements back before the connection changes hands.
+    void closeCursors() {
+        std::vector<DBtable*> open;
+        open.swap(cursors);
+        for (DBtable* t : open) t->releaseStatement();
+    }
+    void finish(bool reuse) {
+        if (reuse) dbl::giveBack(std::move(conn));
+        conn.reset();
+        active = false;
+        started = false;
+    }
+};
+
+DBtran::DBtran() : m_impl(new Impl) {}
+
+DBtran::~DBtran() {
+    if (m_impl->active) rollback(nullptr);
+}
+
+int DBtran::begin(std::string* err) {
+    if (m_impl->active) return 0;
+    int code = 0;
+    std::string text;
+    if (dbfault::hit(dbfault::Step::Begin, code, text)) {
+        if (err) *err = text;
+        return code;
+    }
+    dbl::Error e;
+    std::unique_ptr<dbl::Connection> conn = dbl::acquire(e);
+    if (!conn) {
+        if (err) *err = e.text;
+        return e.code ? e.code : DB_ERR_NOT_ACTIVE;
+    }
+    m_impl->conn = std::move(conn);
+    m_impl->active = true;
+    m_impl->started = false;
+    return 0;
+}
+
+int DBtran::commit(std::string* err) {
+    if (!m_impl->active) return 0;
+    int code = 0;
+    std::string text;
+    if (dbfault::hit(dbfault::Step::Commit, code, text)) {
+        if (err) *err = text;
+        return code;
+    }
+    m_impl->closeCursors();
+    if (m_impl->started) {
+        dbl::Error e;
+        if (int rc = m_impl->conn->commit(e)) {
+            if (err) *err = e.text;
+            return rc;
+        }
+    }
+    m_impl->finish(true);
+    return 0;
+}
+
+int DBtran::rollback(std::string* err) {
+    if (!m_impl->active) return 0;
+    m_impl->closeCursors();
+    int rc = 0;
+    if (m_impl->started) {
+        dbl::Error e;
+        rc = m_impl->conn->rollback(e);
+        if (rc && err) *err = e.text;
+    }
+    // A connection that could not roll back is closed, which ends its transaction for sure.
+    m_impl->finish(rc == 0);
+    return rc;
+}
+
+bool DBtran::active() const {
+    return m_impl->active;
+}
+
+void DBtran::setHint(int hint) {
+    m_impl->hint = hint;
+}
+
+int DBtran::hint() const {
+    return m_impl->hint;
+}
+
+void DBtran::addObject(DBtable* table) {
+    KoCriticalSectionLock lock(&DBtable::DBCriticalSection);
+    m_impl->objects.push_back(table);
+}
+
+void DBtran::removeObject(DBtable* table) {
+    KoCriticalSectionLock lock(&DBtable::DBCriticalSection);
+    auto& v = m_impl->objects;
+    auto it = std::find(v.begin(), v.end(), table);
+    if (it != v.end()) v.erase(it);
+}
+
+size_t DBtran::objectCount() const {
+    KoCriticalSectionLock lock(&DBtable::DBCriticalSection);
+    return m_impl->objects.size();
+}
+
+dbl::Connection* DBtran::connectionForStatement(int& code, std::string& text, bool write) {
+    if (!m_impl->active) {
+        code = DB_ERR_NOT_ACTIVE;
+        text = "transaction is not active";
+        return nullptr;
+    }
+    if (!m_impl->started) {
+        dbl::Error e;
+        if (int rc = m_impl->conn->begin(write || m_impl->hint != kHintRead, e)) {
+            code = rc;
+            text = e.text;
+            return nullptr;
+        }
+        m_impl->started = true;
+    }
+    return m_impl->conn.get();
+}
+
+void DBtran::trackCursor(DBtable* table) {
+    if (std::find(m_impl->cursors.begin(), m_impl->cursors.end(), table) == m_impl->cursors.end())
+        m_impl->cursors.push_back(table);
+}
+
+void DBtran::untrackCursor(DBtable* table) {
+    auto& v = m_impl->cursors;
+    auto it = std::find(v.begin(), v.end(), table);
+    if (it != v.end()) v.erase(it);
+}

@@ -1,0 +1,19 @@
+#pragma once
+// Internal hooks between the parts of the database layer (connect, pool, configuration, schema).
+#include <memory>
+#include <string>
+
+#include "platform/db/Backend.h"
+
+namespace dbl {
+
+// Opens a connection without the once-per-store schema version check (used by the schema code itself).
+std::unique_ptr<Connection> connectUnchecked(const std::string& url, Error& err);
+// Reads the version recorded in the store behind `conn`: 0 when none, -1 with err set on failure.
+int readSchemaVersion(Connection& conn, Error& err);
+// Closes idle pooled connections of every URL but `url` and forgets which stores were checked.
+void poolKeepOnly(const std::string& url);
+// Makes the next connection to every store check its schema version again.
+void forgetCheckedStores();
+
+}  // namespace dbl

@@ -1,0 +1,159 @@
+#include "platform/db/sqlite/SqliteCore.h"
+
+#include "platform/trace/EvDebug.h"
+
+namespace dbl {
+namespace sqlite {
+
+namespace {
+constexpr size_t kMaxIdleStatements = 256;
+constexpr const char* kTrace = "dbl::sqlite";
+
+// Codes after which the handle is not to be reused: the file is gone, damaged or not a database.
+bool fatal(int rc) {
+    switch (rc & 0xFF) {
+        case SQLITE_CORRUPT:
+        case SQLITE_NOTADB:
+        case SQLITE_IOERR:
+        case SQLITE_CANTOPEN:
+        case SQLITE_MISUSE:
+        case SQLITE_NOMEM:
+            return true;
+        default:
+            return false;
+    }
+}
+}  // namespace
+
+SqliteCore::~SqliteCore() {
+    for (auto& entry : m_idle)
+        for (sqlite3_stmt* s : entry.second) sqlite3_finalize(s);
+    sqlite3_close_v2(m_db);
+}
+
+int SqliteCore::check(int rc, const char* what, Error& err) {
+    if (rc == SQLITE_OK || rc == SQLITE_ROW || rc == SQLITE_DONE) return rc;
+    int code = sqlite3_extended_errcode(m_db);
+    if (code == SQLITE_OK || (code & 0xFF) != (rc & 0xFF)) code = rc;  // the call's own code wins
+    if (code == 0 || code == 100) code = SQLITE_ERROR;
+    err.set(code, sqlite3_errmsg(m_db));
+    if (fatal(code)) {
+        m_broken = true;
+        err.connectionLost = true;
+    }
+    EvDebug::DebugLvl(3, kTrace, "%s failed: [%d] %s", what, code, err.text.c_str());
+    return code;
+}
+
+StatementPtr SqliteCore::statement(const std::string& key, const std::string& sql, Error& err) {
+    auto it = m_idle.find(key);
+    if (it != m_idle.end() && !it->second.empty()) {
+        sqlite3_stmt* s = it->second.back();
+        it->second.pop_back();
+        --m_idleCount;
+        return StatementPtr(new SqliteStatement(shared_from_this(), s, key));
+    }
+    sqlite3_stmt* s = nullptr;
+    int rc = check(sqlite3_prepare_v3(m_db, sql.c_str(), static_cast<int>(sql.size()),
+                                      SQLITE_PREPARE_PERSISTENT, &s, nullptr),
+                   "prepare", err);
+    if (rc != SQLITE_OK) {
+        sqlite3_finalize(s);
+        EvDebug::DebugLvl(5, kTrace, "statement not prepared: %s", sql.c_str());
+        return nullptr;
+    }
+    if (!s) {  // only blanks or comments
+        err.set(SQLITE_MISUSE, "empty statement");
+        return nullptr;
+    }
+    return StatementPtr(new SqliteStatement(shared_from_this(), s, key));
+}
+
+void SqliteCore::recycle(const std::string& key, sqlite3_stmt* stmt) {
+    sqlite3_reset(stmt);
+    sqlite3_clear_bindings(stmt);
+    if (m_detached || m_broken || m_idleCount >= kMaxIdleStatements) {
+        sqlite3_finalize(stmt);
+        return;
+    }
+    m_idle[key].push_back(stmt);
+    ++m_idleCount;
+}
+
+int SqliteCore::run(const char* sql, Error& err) {
+    StatementPtr st = statement(sql, sql, err);
+    if (!st) return err.code;
+    int rc;
+    while ((rc = st->step(err)) == 0) {
+    }
+    return rc == 100 ? 0 : rc;
+}
+
+// ---- statements
+
+void SqliteStatement::bound(int rc, const char* what) {
+    if (rc != SQLITE_OK && m_bindError.code == 0) m_core->check(rc, what, m_bindError);
+}
+
+void SqliteStatement::bindNull(int index) {
+    bound(sqlite3_bind_null(m_stmt, index), "bind");
+}
+
+void SqliteStatement::bindInt64(int index, long long value) {
+    bound(sqlite3_bind_int64(m_stmt, index, value), "bind");
+}
+
+void SqliteStatement::bindText(int index, const std::string& value) {
+    bound(sqlite3_bind_text64(m_stmt, index, value.data(), value.size(), SQLITE_TRANSIENT, SQLITE_UTF8),
+          "bind");
+}
+
+int SqliteStatement::step(Error& err) {
+    if (m_bindError.code != 0) {
+        err = m_bindError;
+        return err.code;
+    }
+    int rc = m_core->check(sqlite3_step(m_stmt), "step", err);
+    if (rc == SQLITE_ROW) return 0;
+    if (rc == SQLITE_DONE) {
+        m_changes = sqlite3_changes64(m_core->db());
+        return 100;
+    }
+    return rc;
+}
+
+void SqliteStatement::reset() {
+    sqlite3_reset(m_stmt);  // repeats the last step's result, which step() already reported
+    sqlite3_clear_bindings(m_stmt);
+    m_bindError = Error();
+    m_changes = 0;
+}
+
+int SqliteStatement::columnCount() {
+    return sqlite3_column_count(m_stmt);
+}
+
+bool SqliteStatement::columnIsNull(int col) {
+    return sqlite3_column_type(m_stmt, col) == SQLITE_NULL;
+}
+
+long long SqliteStatement::columnInt64(int col) {
+    return sqlite3_column_int64(m_stmt, col);
+}
+
+void SqliteStatement::columnText(int col, std::string& out) {
+    const unsigned char* p = sqlite3_column_text(m_stmt, col);
+    int n = sqlite3_column_bytes(m_stmt, col);
+    if (p)
+        out.assign(reinterpret_cast<const char*>(p), static_cast<size_t>(n));
+    else
+        out.clear();
+}
+
+void SqliteStatement::release() {
+    m_core->recycle(m_key, m_stmt);
+    delete this;
+}
+
+}  // namespace sqlite
+}  // namespace dbl

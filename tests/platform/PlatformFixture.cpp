@@ -1,0 +1,112 @@
+#include "PlatformFixture.h"
+
+#include <unistd.h>
+
+#include <atomic>
+#include <cstdio>
+#include <filesystem>
+
+#include "platform/db/Backend.h"
+#include "platform/db/Bind.h"
+#include "platform/db/DBconfig.h"
+#include "platform/db/DBschema.h"
+#include "platform/db/sqlite/Sqlite.h"
+
+const DBcolumn kWidgetColumns[kWidgetColumnCount] = {
+    {"id", 'i', 0, offsetof(Widget_t, id)},       {"big", 'b', 0, offsetof(Widget_t, big)},
+    {"name", 's', 8, offsetof(Widget_t, name)},   {"note", 's', 0, offsetof(Widget_t, note)},
+    {"label", 'u', 5, offsetof(Widget_t, label)}, {"whenAt", 't', 0, offsetof(Widget_t, whenAt)},
+    {"stamp", 'x', 0, offsetof(Widget_t, stamp)},
+};
+
+Widget::Widget(DBtran* tran) : DBtable("Widget", 0, tran) {
+    setKind(kTable);
+    setColumnList("id, big, name, note, label, whenAt, stamp");
+    setDescription("Table Widget");
+    setIdentity("id", 0, &rec.id);
+    setOrderBy("id");
+    setRecord(&rec, kWidgetColumns, kWidgetColumnCount);
+    setExtIndicatorArray(indicators);
+}
+
+std::string tempStorePath(const std::string& tag) {
+    static std::atomic<int> counter{0};
+    return (std::filesystem::temp_directory_path() /
+            ("taskdb-platform-" + tag + "-" + std::to_string(getpid()) + "-" + std::to_string(counter++) +
+             ".sqlite"))
+        .string();
+}
+
+void removeStore(const std::string& path) {
+    for (const char* suffix : {"", "-wal", "-shm"}) std::filesystem::remove(path + suffix);
+}
+
+void PlatformTest::SetUp() {
+    path = tempStorePath(::testing::UnitTest::GetInstance()->current_test_info()->name());
+    removeStore(path);
+    url = "sqlite:" + path;
+    std::string err;
+    ASSERT_EQ(DBinitSchema(url, &err), 0) << err;
+    static const DBschemaColumn cols[] = {{"id", 'i', 0},   {"big", 'b', 0},   {"name", 's', 8},
+                                          {"note", 's', 0}, {"label", 'u', 5}, {"whenAt", 't', 0},
+                                          {"stamp", 'x', 0}};
+    const DBschemaTable widget{"Widget", cols, 7, "id", "id"};
+    dbl::Error e;
+    auto conn = dbl::sqlite::connect(path, e);
+    ASSERT_NE(conn, nullptr) << e.text;
+    for (const auto& sql : dbl::sqlite::makeDdl()->createTable(widget))
+        ASSERT_EQ(conn->executeNative(sql, e), 0) << e.text;
+    dbconfig::setUrl(url);
+}
+
+void PlatformTest::TearDown() {
+    dbconfig::setUrl("");
+    removeStore(path);
+}
+
+namespace {
+template <class F>
+void runOne(const std::string& sql, F&& row) {
+    dbl::Error err;
+    auto conn = dbl::acquire(err);
+    ASSERT_NE(conn, nullptr) << err.text;
+    {
+        std::vector<dbl::Param> params;
+        auto st = conn->prepare(sql, params, err);
+        ASSERT_NE(st, nullptr) << sql << ": " << err.text;
+        dbl::bindParams(*st, params);
+        int rc = st->step(err);
+        ASSERT_TRUE(rc == 0 || rc == 100) << sql << ": " << err.text;
+        if (rc == 0) row(*st);
+    }
+    dbl::giveBack(std::move(conn));
+}
+}  // namespace
+
+void PlatformTest::exec(const std::string& sql) {
+    runOne(sql, [](dbl::Statement&) {});
+}
+
+long long PlatformTest::scalar(const std::string& sql) {
+    long long v = 0;
+    runOne(sql, [&](dbl::Statement& st) { v = st.columnIsNull(0) ? 0 : st.columnInt64(0); });
+    return v;
+}
+
+std::string PlatformTest::text(const std::string& sql) {
+    std::string v;
+    runOne(sql, [&](dbl::Statement& st) {
+        if (!st.columnIsNull(0)) st.columnText(0, v);
+    });
+    return v;
+}
+
+int PlatformTest::addWidget(long long big, const std::string& name, const std::string& note) {
+    Widget w(nullptr);
+    w.rec.big = big;
+    std::snprintf(w.rec.name, sizeof w.rec.name, "%s", name.c_str());
+    w.rec.note = note;
+    int rc = w.rowInsert(true);
+    EXPECT_EQ(rc, 0) << w.getErrorStr(rc);
+    return w.rec.id;
+}

@@ -1,0 +1,54 @@
+#pragma once
+// A fresh SQLite store per test with the reference schema and a test table `Widget` described by
+// the test's own raw record, the way generated bindings describe theirs.
+#include <gtest/gtest.h>
+
+#include <cstddef>
+#include <string>
+
+#include "platform/db/DBtable.h"
+#include "platform/db/DBtypes.h"
+
+struct Widget_t {
+    int id = 0;           // identity
+    long long big = 0;    // b
+    char name[8] = {};    // s8: at most 7 bytes
+    std::string note;     // s: unbounded
+    std::string label;    // u5: at most 4 characters
+    DB_DATETIME whenAt;   // t
+    long long stamp = 0;  // x
+};
+
+constexpr int kWidgetColumnCount = 7;
+extern const DBcolumn kWidgetColumns[kWidgetColumnCount];
+
+// The table binding of Widget, as the generator would write it.
+class Widget : public DBtable {
+  public:
+    explicit Widget(DBtran* tran);
+    Widget_t* getDataPtr() { return &rec; }
+    Widget_t rec;
+    long long indicators[kWidgetColumnCount] = {};
+};
+
+// Creates a store file under the temp directory and makes it the configured URL.
+class PlatformTest : public ::testing::Test {
+  protected:
+    void SetUp() override;
+    void TearDown() override;
+
+    // Runs SQL of the library's dialect on a pooled connection in autocommit; fails the test on error.
+    void exec(const std::string& sql);
+    // The first column of the first row (0 / "" when there is none).
+    long long scalar(const std::string& sql);
+    std::string text(const std::string& sql);
+    // Inserts a Widget row through the table binding, without a transaction; returns its id.
+    int addWidget(long long big, const std::string& name, const std::string& note = "");
+
+    std::string path;
+    std::string url;
+};
+
+// A unique path for a store file in the temp directory; removeStore deletes it with its WAL files.
+std::string tempStorePath(const std::string& tag);
+void removeStore(const std::string& path);
