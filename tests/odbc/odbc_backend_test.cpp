@@ -4,6 +4,7 @@
 
 #include "odbc/OdbcFixture.h"
 #include "platform/db/odbc/OdbcDiag.h"
+#include "platform/db/odbc/Utf16.h"
 
 using dbl::odbc::OdbcConnection;
 using dbl::odbc::sqlstateCode;
@@ -189,4 +190,46 @@ TEST_F(OdbcTest, StatementsDifferingOnlyInValuesShareOnePreparedHandle) {
     // A statement given back mid-result is closed and runs again from the start.
     held.reset();
     EXPECT_EQ(query(*conn, "SELECT s FROM c WHERE id = 1").size(), 1u);
+}
+
+TEST(OdbcUtf16, ConvertsEveryPlaneAndReplacesWhatIsNotUnicode) {
+    using dbl::odbc::utf16ToUtf8;
+    using dbl::odbc::utf8ToUtf16;
+    const std::string text = "a\xc3\xa9\xe2\x82\xac\xf0\x9f\x98\x80z";  // 1, 2, 3 and 4 byte forms
+    const std::u16string wide = utf8ToUtf16(text);
+    EXPECT_EQ(wide, (std::u16string{u'a', 0x00E9, 0x20AC, 0xD83D, 0xDE00, u'z'}));
+    EXPECT_EQ(utf16ToUtf8(wide.data(), wide.size()), text);
+
+    // A stray continuation byte, an overlong form, a surrogate in UTF-8 and a cut-off sequence.
+    EXPECT_EQ(
+        utf8ToUtf16("x\x80y\xc0\xafz\xed\xa0\x80\xe2\x82"),
+        (std::u16string{u'x', 0xFFFD, u'y', 0xFFFD, 0xFFFD, u'z', 0xFFFD, 0xFFFD, 0xFFFD, 0xFFFD, 0xFFFD}));
+    const std::u16string lone{0xD800, u'q', 0xDC00};
+    EXPECT_EQ(utf16ToUtf8(lone.data(), lone.size()), "\xef\xbf\xbdq\xef\xbf\xbd");
+}
+
+TEST_F(OdbcTest, WideTextRoundTripsAsOnSqlServer) {
+    auto* odbc = dynamic_cast<OdbcConnection*>(conn.get());
+    ASSERT_NE(odbc, nullptr);
+    EXPECT_FALSE(odbc->session().wideText()) << "PostgreSQL takes the bytes as they are";
+    odbc->session().setWideText(true);
+    exec("CREATE TABLE wide (id bigint, s text)");
+    std::string big;
+    while (big.size() < 30000) big += "h\xc3\xa9llo \xe2\x82\xac \xf0\x9f\x98\x80 ";
+    dbl::Error err;
+    std::vector<dbl::Param> none;
+    dbl::StatementPtr st = conn->prepare("INSERT INTO wide (id, s) VALUES (1, ?)", none, err);
+    ASSERT_NE(st, nullptr) << err.text;
+    st->bindInt64(1, none.at(0).i);
+    st->bindText(2, big);
+    ASSERT_EQ(st->step(err), 100) << err.text;
+    st.reset();
+    exec("INSERT INTO wide (id, s) VALUES (2, N'caf\xc3\xa9')");
+    for (bool wide : {true, false}) {  // read back wide, and as the bytes the server stored
+        odbc->session().setWideText(wide);
+        auto rows = query(*conn, "SELECT s FROM wide ORDER BY id");
+        ASSERT_EQ(rows.size(), 2u);
+        EXPECT_EQ(rows[0][0], std::optional<std::string>(big)) << "wide " << wide;
+        EXPECT_EQ(rows[1][0], std::optional<std::string>("caf\xc3\xa9")) << "wide " << wide;
+    }
 }

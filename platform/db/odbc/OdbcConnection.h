@@ -45,7 +45,7 @@ class OdbcConnection final : public Connection {
     Dialect dialect() const { return m_session->dialect(); }
     const std::string& dbmsName() const { return m_session->dbmsName(); }
     bool inTransaction() const { return m_inTransaction; }
-    const Session& session() const { return *m_session; }
+    Session& session() const { return *m_session; }
 
   private:
     StatementPtr prepareText(const std::string& sql, Error& err);

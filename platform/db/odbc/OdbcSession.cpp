@@ -11,7 +11,10 @@ constexpr size_t kMaxCachedStatements = 128;
 }  // namespace
 
 Session::Session(SQLHDBC dbc, Dialect dialect, std::string dbmsName)
-    : m_dbc(dbc), m_dialect(dialect), m_dbmsName(std::move(dbmsName)) {}
+    : m_dbc(dbc),
+      m_dialect(dialect),
+      m_dbmsName(std::move(dbmsName)),
+      m_wideText(dialect == Dialect::SqlServer) {}
 
 Session::~Session() {
     for (auto& entry : m_cache)

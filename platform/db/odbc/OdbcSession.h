@@ -34,6 +34,12 @@ class Session {
         return m_dialect == Dialect::Postgres ? NativeCodes::SqlState : NativeCodes::Server;
     }
 
+    // Texts go to the driver as UTF-16 (SQL_C_WCHAR) instead of bytes: on SQL Server, where the
+    // library's N'' texts belong in Unicode columns and narrow data would pass through a code page.
+    // Tests switch it on for PostgreSQL to exercise it.
+    bool wideText() const { return m_wideText; }
+    void setWideText(bool on) { m_wideText = on; }
+
     // Once broken, every call fails with the failure that broke it.
     bool broken() const { return m_broken; }
     int failBroken(Error& err) const;
@@ -57,6 +63,7 @@ class Session {
     SQLHDBC m_dbc;
     Dialect m_dialect;
     std::string m_dbmsName;
+    bool m_wideText;
     bool m_broken = false;
     Error m_lost;
     std::unordered_map<std::string, std::vector<SQLHSTMT>> m_cache;

@@ -1,5 +1,7 @@
 #include "platform/db/odbc/OdbcStatement.h"
 
+#include "platform/db/odbc/Utf16.h"
+
 #include <algorithm>
 #include <cstdlib>
 
@@ -11,6 +13,8 @@ namespace {
 constexpr size_t kFirstPiece = 512;
 // Longer texts are sent as long character data (SQL Server's varchar limit).
 constexpr size_t kLongText = 8000;
+constexpr size_t kLongWideText = 4000;
+static_assert(sizeof(SQLWCHAR) == sizeof(char16_t), "the driver manager's wide characters are UTF-16 units");
 }  // namespace
 
 OdbcStatement::OdbcStatement(std::shared_ptr<Session> session, SQLHSTMT stmt, std::string sql)
@@ -58,6 +62,13 @@ int OdbcStatement::bindParams(Error& err) {
             p.indicator = 0;
             rc = SQLBindParameter(m_stmt, number, SQL_PARAM_INPUT, SQL_C_SBIGINT, SQL_BIGINT, 0, 0, &p.value,
                                   0, &p.indicator);
+        } else if (p.kind == Param::kText && m_session->wideText()) {
+            p.wide = utf8ToUtf16(p.text);
+            size_t units = p.wide.size();
+            p.indicator = static_cast<SQLLEN>(units * sizeof(char16_t));
+            SQLSMALLINT type = units > kLongWideText ? SQL_WLONGVARCHAR : SQL_WVARCHAR;
+            rc = SQLBindParameter(m_stmt, number, SQL_PARAM_INPUT, SQL_C_WCHAR, type,
+                                  std::max<size_t>(units, 1), 0, &p.wide[0], p.indicator, &p.indicator);
         } else {
             bool null = p.kind == Param::kNull;
             size_t length = null ? 0 : p.text.size();
@@ -103,34 +114,52 @@ int OdbcStatement::findResultSet(Error& err) {
     }
 }
 
-int OdbcStatement::readColumn(SQLUSMALLINT number, Column& col, Error& err) {
-    std::string& s = col.text;
+namespace {
+// Reads a column's value in pieces into `s` (characters of type Char, as `cType` delivers them).
+// Returns SQL_SUCCESS with `null` set, or the failing call's return code.
+template <class Char>
+SQLRETURN readPieces(SQLHSTMT stmt, SQLUSMALLINT number, SQLSMALLINT cType, std::basic_string<Char>& s,
+                     bool& null) {
     s.resize(kFirstPiece);
     size_t have = 0;
-    col.null = false;
+    null = false;
     for (;;) {
         SQLLEN indicator = 0;
-        size_t room = s.size() - have;  // includes the terminator the driver writes
+        size_t room = s.size() - have;  // characters, with the terminator the driver writes
         SQLRETURN rc =
-            SQLGetData(m_stmt, number, SQL_C_CHAR, &s[have], static_cast<SQLLEN>(room), &indicator);
+            SQLGetData(stmt, number, cType, &s[have], static_cast<SQLLEN>(room * sizeof(Char)), &indicator);
         if (rc == SQL_NO_DATA) break;
-        if (!succeeded(rc)) return fail(err);
+        if (!succeeded(rc)) return rc;
         if (indicator == SQL_NULL_DATA) {
-            col.null = true;
+            null = true;
             s.clear();
-            return 0;
+            return SQL_SUCCESS;
         }
-        if (indicator != SQL_NO_TOTAL && static_cast<size_t>(indicator) < room) {
-            have += static_cast<size_t>(indicator);
+        size_t left = indicator == SQL_NO_TOTAL ? 0 : static_cast<size_t>(indicator) / sizeof(Char);
+        if (indicator != SQL_NO_TOTAL && left < room) {
+            have += left;
             break;
         }
-        // Truncated: room - 1 bytes arrived; `indicator` counted what was left before this call.
+        // Truncated: room - 1 characters arrived; `indicator` counted what was left before this call.
         have += room - 1;
-        size_t rest = indicator == SQL_NO_TOTAL ? s.size() : static_cast<size_t>(indicator) - (room - 1);
+        size_t rest = indicator == SQL_NO_TOTAL ? s.size() : left - (room - 1);
         s.resize(have + rest + 1);
     }
     s.resize(have);
-    return 0;
+    return SQL_SUCCESS;
+}
+}  // namespace
+
+int OdbcStatement::readColumn(SQLUSMALLINT number, Column& col, Error& err) {
+    SQLRETURN rc;
+    if (m_session->wideText()) {
+        std::u16string wide;
+        rc = readPieces(m_stmt, number, SQL_C_WCHAR, wide, col.null);
+        col.text = utf16ToUtf8(wide.data(), wide.size());
+    } else {
+        rc = readPieces(m_stmt, number, SQL_C_CHAR, col.text, col.null);
+    }
+    return succeeded(rc) ? 0 : fail(err);
 }
 
 int OdbcStatement::fetchRow(Error& err) {

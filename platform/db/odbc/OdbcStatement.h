@@ -2,9 +2,10 @@
 // A prepared ODBC statement behind the backend boundary.
 //
 // Parameters are kept until the first step(), which binds them with SQLBindParameter (64-bit
-// integers as SQL_BIGINT, texts as character data with their exact length, NULL by indicator) and
-// executes. Each fetched row is read whole with SQLGetData, long texts in pieces, so that a column
-// may be asked for in any order and any number of times while the row is current.
+// integers as SQL_BIGINT, texts with their exact length, NULL by indicator) and executes. Texts
+// travel as the UTF-8 bytes they are, or as UTF-16 where the session asks for wide text. Each fetched row is
+// read whole with SQLGetData, long texts in pieces, so that a column may be asked for in any order and any
+// number of times while the row is current.
 //
 // Thread safety: one statement is used by one thread at a time (the one holding its connection).
 #include <memory>
@@ -40,6 +41,7 @@ class OdbcStatement final : public Statement {
         enum Kind { kNull, kInt, kText } kind = kNull;
         long long value = 0;
         std::string text;
+        std::u16string wide;  // the text as sent to a server that takes wide characters
         SQLLEN indicator = 0;
     };
     struct Column {
