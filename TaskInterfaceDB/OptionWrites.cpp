@@ -1,21 +1,57 @@
+// Writing a job's options: set (update or add) and remove.
+#include "TaskInterfaceDB/Frame.h"
+#include "TaskInterfaceDB/JobOptionRows.h"
 #include "TaskInterfaceDB/TaskInterfaceDB.h"
 
-int TaskInterfaceDB::setOptions(_TaskInfo&, std::vector<const TaskOption*>, std::string& err, void*) {
-    return notAvailable(err);
+int TaskInterfaceDB::setOptions(_TaskInfo& info, std::vector<const TaskOption*> options, std::string& err,
+                                void* tran) {
+    static const char* const kName = "TaskInterfaceDB::setOptions";
+    EvEvent event(kName);
+    TranWrapper tw(frame::callerTran(tran), kName);
+    int rc = tw.ensureTran(&err);
+    if (rc != 0) return rc;
+
+    JobOptionsTable table(kName, tw.get());
+    JobRequestTable request(kName, tw.get());
+    JobOptionAdder adder(kName, info, table, request);
+    for (const TaskOption* option : options) {
+        const std::string value = option->getValue();
+        const long long optionId = static_cast<long long>(option->getOptionId());
+        EvDebug::DebugLvl(info.jobId, 5, kName, "Called with jobId[%lld], optionId[%lld], value[%s]",
+                          info.jobId, optionId, value.c_str());
+        table.setWhere("jobId = %lld AND optionId = %lld", info.jobId, optionId);
+        Stored found;
+        rc = findJobOption(kName, table, value, found, err);
+        if (rc != 0) return rc;
+        if (found == Stored::Same) continue;
+
+        if (found == Stored::Different && !info.addDuplicate) {
+            EvDebug::DebugLvl(info.jobId, 3, kName, "Modify optionId[%lld], new value is [%s]", optionId,
+                              value.c_str());
+            rc = table.rowUpdate("value = N'%s'", value.c_str());
+            if (rc != 0) frame::dbError(kName, table, err);
+        } else {
+            // With addDuplicate set an existing option gains a second row on purpose.
+            adder.add(option->getOptionId(), option->getType(), value, err);
+        }
+        // A failed update or insert is reported above; the loop goes on when the close succeeds.
+        rc = table.closeCursor(&err);
+        if (rc != 0) return rc;
+    }
+    return tw.commitIfOwnTran(&err);
 }
-int TaskInterfaceDB::removeOptions(_TaskInfo&, std::vector<const TaskOption*>, std::string& err, void*) {
-    return notAvailable(err);
+
+int TaskInterfaceDB::removeOptions(_TaskInfo& info, std::vector<const TaskOption*> options, std::string& err,
+                                   void* tran) {
+    std::vector<unsigned long long> ids;
+    ids.reserve(options.size());
+    for (const TaskOption* option : options) ids.push_back(option->getOptionId());
+    return removeJobOptionRows("TaskInterfaceDB::removeOptions", RemovalKind::Options, info, ids, err,
+                               frame::callerTran(tran));
 }
-int TaskInterfaceDB::removeOptions(_TaskInfo&, const std::vector<unsigned long long>&, std::string& err, void*) {
-    return notAvailable(err);
-}
-int TaskInterfaceDB::getFiles(_TaskInfo&, FileCallBack*, std::string& err, void*) { return notAvailable(err); }
-int TaskInterfaceDB::setFiles(_TaskInfo&, std::vector<const TaskFile*>, std::string& err, void*) {
-    return notAvailable(err);
-}
-int TaskInterfaceDB::removeFiles(_TaskInfo&, std::vector<const TaskFile*>, std::string& err, void*) {
-    return notAvailable(err);
-}
-int TaskInterfaceDB::removeFiles(_TaskInfo&, const std::vector<std::string>&, std::string& err, void*) {
-    return notAvailable(err);
+
+int TaskInterfaceDB::removeOptions(_TaskInfo& info, const std::vector<unsigned long long>& optionIds,
+                                   std::string& err, void* tran) {
+    return removeJobOptionRows("TaskInterfaceDB::removeOptions", RemovalKind::Options, info, optionIds, err,
+                               frame::callerTran(tran));
 }

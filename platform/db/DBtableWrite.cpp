@@ -2,6 +2,7 @@
 // a pooled connection in autocommit.
 #include "platform/db/Bind.h"
 #include "platform/db/DBerrors.h"
+#include "platform/db/DBexecute.h"
 #include "platform/db/DBtableImpl.h"
 #include "platform/db/DBtran.h"
 #include "platform/trace/EvDebug.h"
@@ -90,4 +91,12 @@ int DBtable::rowDelete() {
     if (int rc = runWrite(m.tran, sql, m.rowsAffected, m.name, m.identityColumn, nullptr, e))
         return m.fail(rc, e.text);
     return m.rowsAffected ? 0 : m.fail(DB_NO_DATA, "No data");
+}
+
+int DBexecute(DBtran* tran, const std::string& sql, std::string* err) {
+    dbl::Error e;
+    long long rows = 0;
+    int rc = runWrite(tran, sql, rows, "", "", nullptr, e);
+    if (rc != 0 && err) *err = e.text;
+    return rc;
 }

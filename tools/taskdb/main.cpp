@@ -14,6 +14,7 @@ int main(int argc, char** argv) {
         "taskdb: the task store of the job manager, from the command line.\n"
         "Store: --url, else TASKDB_URL (sqlite:PATH or odbc:CONNECTION-STRING), else sqlite:taskdb.sqlite."};
     app.require_subcommand(1);
+    app.fallthrough();  // --url and --json may follow the subcommand
     app.add_option("--url", ctx.url, "Store URL: sqlite:PATH or odbc:CONNECTION-STRING");
     app.add_flag("--json", ctx.json, "Print JSON instead of tables");
 

@@ -1,0 +1,85 @@
+// Binding constructors: what they tell the database layer, the row object switch, procedure inputs
+// in both forms, and registration with the transaction.
+#include <gtest/gtest.h>
+
+#include "Db/AllBindings.h"
+
+namespace {
+
+// Sets DBtable::b_newDBBase for one test and puts the old value back.
+class RowSwitch {
+  public:
+    explicit RowSwitch(int value) : m_saved(DBtable::b_newDBBase) { DBtable::b_newDBBase = value; }
+    ~RowSwitch() { DBtable::b_newDBBase = m_saved; }
+
+  private:
+    int m_saved;
+};
+
+TEST(BindingTest, ConstructorDescribesTheObjectToTheDatabaseLayer) {
+    RowSwitch off(0);
+    TM_Task task(nullptr);
+    EXPECT_STREQ(task.getTableName(), "TM_Task");
+    EXPECT_EQ(task.getKind(), 1);
+    EXPECT_EQ(task.getColumnList(), TM_Task::kColumnList);
+    EXPECT_EQ(task.getVersion(), "1.22.200.2");
+    EXPECT_EQ(task.getDescription(), "Table TM_Task");
+    EXPECT_EQ(task.getOrderBy(), "taskId");
+    EXPECT_EQ(task.getRow(), nullptr);
+
+    TM_Jobs jobs(nullptr);
+    EXPECT_EQ(jobs.getOrderBy(), "jobId");
+
+    TM_GetAllJobOptions proc(nullptr);
+    EXPECT_EQ(proc.getKind(), 2);
+    EXPECT_EQ(proc.getDescription(), "Procedure TM_GetAllJobOptions");
+    EXPECT_EQ(proc.getVersion(), "");
+    EXPECT_STREQ(proc.getSignature(), "00010008000000000000");
+
+    JMGetBkpStats cursor(nullptr);
+    EXPECT_EQ(cursor.getKind(), 3);
+    EXPECT_EQ(cursor.getDescription(), "Cursor JMGetBkpStats");
+}
+
+TEST(BindingTest, RowObjectOnlyWhenTheSwitchIsOne) {
+    RowSwitch on(1);
+    TM_JobOptions options(nullptr);
+    ASSERT_NE(options.getRow(), nullptr);
+    EXPECT_EQ(options.getRow()->getTableName(), "TM_JobOptions");
+    JMGetJobDetails details(nullptr);
+    ASSERT_NE(details.getRow(), nullptr);
+    EXPECT_TRUE(details.getRow()->columnVec.empty());
+}
+
+TEST(BindingTest, ProcedureInputsAsTextOrAsBoundValues) {
+    {
+        RowSwitch off(0);
+        SearchSecurityCheck check(nullptr);
+        check.setValues(7, "a'b", "", "c", -1, 2);
+        EXPECT_EQ(check.getValuesText(), "7,'a''b','','c',-1,2");
+        EXPECT_FALSE(check.valuesBound());
+
+        TM_GetBitwiseOption bits(nullptr);
+        bits.setValues(9007199254740993LL, 1, 2, 3);
+        EXPECT_EQ(bits.getValuesText(), "9007199254740993,1,2,3");
+    }
+    RowSwitch on(1);
+    TM_GetAllFileOptions files(nullptr);
+    files.setValues(5, 10, 20);
+    EXPECT_TRUE(files.valuesBound());
+    EXPECT_EQ(files.getValuesText(), "");
+}
+
+TEST(BindingTest, BindingsRegisterWithTheirTransactionWhileTheyLive) {
+    DBtran tran;
+    {
+        TM_Task task(&tran);
+        TM_GetAllJobOptions proc(&tran);
+        EXPECT_EQ(tran.objectCount(), 2u);
+    }
+    EXPECT_EQ(tran.objectCount(), 0u);
+    TM_Task alone(nullptr);
+    EXPECT_EQ(tran.objectCount(), 0u);
+}
+
+}  // namespace

@@ -1,0 +1,181 @@
+// Every database step of every operation made to fail once.
+#include <functional>
+
+#include "options/OptionKit.h"
+#include "platform/db/DBfault.h"
+#include "platform/trace/EvDebug.h"
+
+namespace {
+constexpr int kCode = 7777;
+const char* const kText = "injected failure";
+const dbfault::Step kSteps[] = {dbfault::Step::Begin,  dbfault::Step::Open,   dbfault::Step::Fetch,
+                                dbfault::Step::Close,  dbfault::Step::Insert, dbfault::Step::Update,
+                                dbfault::Step::Delete, dbfault::Step::Commit};
+
+struct Op {
+    const char* name;
+    bool writes;
+    std::function<int(TaskInterface&, std::string&)> run;
+};
+
+_TaskInfo job(long long jobId, int type = 0, unsigned long long optionId = 0) {
+    _TaskInfo info;
+    info.jobId = jobId;
+    info.type = type;
+    info.optionId = optionId;
+    return info;
+}
+}  // namespace
+
+class OptionFaults : public OptionStoreTest {
+  protected:
+    void reseed() {
+        exec("DELETE FROM TM_JobOptions");
+        jobOption(42, 1, 1, "old");
+        jobOption(42, 2, 1, "two");
+        jobOption(42, 20, 150002, "C:\\old");
+        jobOption(0, 1, 1, "subtask", 11, 1000, 0);
+        resetDefaultOptionCache();
+    }
+};
+
+TEST_P(OptionFaults, EachFailingStepIsReportedAndCommitsNothingWhenTheCallFails) {
+    jobWithRequest(42, 11, 1234);
+    staticOption(7, "def7", 1, 2);
+    staticOption(8, "def8", 1, 2);
+    exec(
+        "INSERT INTO TM_SubTaskOptions (subTaskId, optionId, type, value) VALUES (11, 1, 1, N'a'), (11, 2, "
+        "1, N'b')");
+    const TaskOption newValue(1, "new", 1), added(3, "added", 1);
+    const TaskFile single(20, "C:\\new", 150002), other(21, "/n", 150005);
+    Recorder sink;
+    const std::vector<Op> ops{
+        {"lookup", false,
+         [](TaskInterface& t, std::string& e) {
+             auto i = job(42, 0, 1);
+             return t.lookup(i, e, nullptr);
+         }},
+        {"lookup default", false,
+         [](TaskInterface& t, std::string& e) {
+             auto i = job(99, 0, 7);
+             return t.lookup(i, e, nullptr);
+         }},
+        {"getDefaultOption", false,
+         [](TaskInterface& t, std::string& e) {
+             std::string v;
+             return t.getDefaultOption(7, v, e, nullptr);
+         }},
+        {"getOptions job", false,
+         [&](TaskInterface& t, std::string& e) {
+             auto i = job(42);
+             return t.getOptions(i, &sink, e, nullptr);
+         }},
+        {"getOptions subtask", false,
+         [&](TaskInterface& t, std::string& e) {
+             auto i = job(11, 1);
+             return t.getOptions(i, &sink, e, nullptr);
+         }},
+        {"getDefaults", false,
+         [&](TaskInterface& t, std::string& e) { return t.getDefaults(&sink, e, nullptr); }},
+        {"getFiles", false,
+         [&](TaskInterface& t, std::string& e) {
+             auto i = job(42);
+             return t.getFiles(i, &sink, e, nullptr);
+         }},
+        {"setOptions", true,
+         [&](TaskInterface& t, std::string& e) {
+             auto i = job(42);
+             return t.setOptions(i, {&newValue, &added}, e, nullptr);
+         }},
+        {"removeOptions", true,
+         [](TaskInterface& t, std::string& e) {
+             auto i = job(42);
+             return t.removeOptions(i, std::vector<unsigned long long>{1, 2}, e, nullptr);
+         }},
+        {"setFiles", true,
+         [&](TaskInterface& t, std::string& e) {
+             auto i = job(42);
+             return t.setFiles(i, {&single, &other}, e, nullptr);
+         }},
+        {"removeFiles", true,
+         [](TaskInterface& t, std::string& e) {
+             auto i = job(42, 0, 20);
+             return t.removeFiles(i, std::vector<std::string>{"a", "b"}, e, nullptr);
+         }},
+    };
+    for (const Op& op : ops) {
+        reseed();
+        dbfault::disarm();
+        std::string err;
+        ASSERT_EQ(op.run(*ti, err), 0) << op.name;
+        int seen[8];
+        for (dbfault::Step s : kSteps) seen[static_cast<int>(s)] = dbfault::calls(s);
+        EXPECT_GT(seen[static_cast<int>(dbfault::Step::Begin)], 0) << op.name;
+        for (dbfault::Step s : kSteps)
+            for (int nth = 1; nth <= seen[static_cast<int>(s)]; ++nth) {
+                SCOPED_TRACE(std::string(op.name) + " " + dbfault::stepName(s) + " #" + std::to_string(nth));
+                reseed();
+                const std::string before = snapshot();
+                evtrace::Capture cap;
+                err.clear();
+                int rc;
+                {
+                    dbfault::Scope fault(s, nth, kCode, kText);
+                    rc = op.run(*ti, err);
+                }
+                EXPECT_TRUE(rc == 0 || rc == kCode) << rc;
+                if (rc == kCode) {
+                    EXPECT_NE(err.find(kText), std::string::npos) << err;
+                    if (op.writes) {
+                        EXPECT_EQ(snapshot(), before);
+                    }
+                } else {
+                    // A later step may overwrite err (a no-data text); the trace keeps the failure.
+                    EXPECT_FALSE(cap.find(kText).empty());
+                }
+                // The operation's own transaction failing to start: returned at once, no trace.
+                if (s == dbfault::Step::Begin && nth == 1) {
+                    EXPECT_EQ(rc, kCode);
+                    EXPECT_TRUE(cap.find("DB_Error").empty());
+                }
+            }
+    }
+}
+
+TEST_P(OptionFaults, AFetchFailurePartWayKeepsWhatWasReadAndReturnsTheClose) {
+    reseed();
+    Recorder rec;
+    std::string err;
+    evtrace::Capture cap;
+    _TaskInfo info = job(42);
+    {
+        dbfault::Scope fault(dbfault::Step::Fetch, 2, kCode, kText);
+        EXPECT_EQ(ti->getOptions(info, &rec, err, nullptr), 0);
+    }
+    EXPECT_EQ(rec.got.size(), 1u);
+    EXPECT_EQ(err, kText);
+    EXPECT_EQ(cap.find("DB_Error: [injected failure]", "TaskInterfaceDB::getOptions").size(), 1u);
+
+    // getDefaults keeps a partial copy after a fetch failure; after an open failure it stays unloaded.
+    staticOption(7, "def7", 1, 2);
+    staticOption(8, "def8", 1, 2);
+    Recorder partial, again;
+    {
+        dbfault::Scope fault(dbfault::Step::Fetch, 2, kCode, kText);
+        EXPECT_EQ(ti->getDefaults(&partial, err, nullptr), 0);
+    }
+    EXPECT_EQ(partial.got.size(), 1u);
+    EXPECT_EQ(ti->getDefaults(&again, err, nullptr), 0);
+    EXPECT_EQ(again.got, partial.got);
+    resetDefaultOptionCache();
+    Recorder none, full;
+    {
+        dbfault::Scope fault(dbfault::Step::Open, 1, kCode, kText);
+        EXPECT_EQ(ti->getDefaults(&none, err, nullptr), kCode);
+    }
+    EXPECT_TRUE(none.got.empty());
+    EXPECT_EQ(ti->getDefaults(&full, err, nullptr), 0);
+    EXPECT_EQ(full.got.size(), 2u);
+}
+
+TASKDB_STORE_SUITE(OptionFaults);

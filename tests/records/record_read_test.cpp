@@ -1,0 +1,207 @@
+// Readers of task, subtask, entity and pattern records against a seeded store.
+#include <string>
+
+#include "records/RecordStore.h"
+
+class RecordReadTest : public RecordStoreTest {
+  protected:
+    void SetUp() override {
+        RecordStoreTest::SetUp();
+        seed();
+    }
+    std::string err = "caller's text";
+};
+
+TEST_P(RecordReadTest, JobInfoNamesTheJobsTaskAndSubtaskWithoutTracingTheCall) {
+    evtrace::Capture cap;
+    _TaskInfo info;
+    info.jobId = 1002;
+    ASSERT_EQ(ti->getJobInfo(info, err, nullptr), 0);
+    EXPECT_EQ(info.taskId, 7u);
+    EXPECT_EQ(info.subTaskId, 12u);
+    EXPECT_EQ(err, "caller's text");
+    EXPECT_EQ(traced(cap, "Called with", "TaskInterfaceDB::getJobInfo"), 0u);
+    EXPECT_EQ(traced(cap, "Completed", "TaskInterfaceDB::getJobInfo"), 0u);
+
+    _TaskInfo unknown;
+    unknown.jobId = 999;
+    unknown.taskId = 5;
+    unknown.subTaskId = 6;
+    ASSERT_EQ(ti->getJobInfo(unknown, err, nullptr), 0);
+    EXPECT_EQ(unknown.taskId, 5u);
+    EXPECT_EQ(unknown.subTaskId, 6u);
+    EXPECT_EQ(err, "caller's text");
+}
+
+TEST_P(RecordReadTest, TaskInfoFillsEveryFieldAndLeavesAnUnknownTaskAlone) {
+    evtrace::Capture cap;
+    _TaskInfo info;
+    info.taskId = 7;
+    ASSERT_EQ(ti->getTaskInfo(info, err, nullptr), 0);
+    const Sched_Task& t = info.task;
+    EXPECT_EQ(t.taskId, 7u);
+    EXPECT_EQ(t.taskType, 2u);
+    EXPECT_EQ(t.flags, 4u);
+    EXPECT_EQ(t.status, 1u);
+    EXPECT_EQ(t.alertId, 17u);
+    EXPECT_EQ(t.ownerId, 5u);
+    EXPECT_EQ(t.runUserId, 6u);
+    EXPECT_EQ(t.localeId, 9u);
+    EXPECT_EQ(t.initiatedFrom, 3u);
+    EXPECT_EQ(t.sequenceNumber, 18446744073709551615ull);
+    EXPECT_EQ(t.description, "nightly backup");
+    EXPECT_EQ(traced(cap, "TABLE -> TM_Task {taskId = 7}", "TaskInterfaceDB::getTaskInfo"), 1u);
+
+    _TaskInfo unknown;
+    unknown.taskId = 70;
+    unknown.task.description = "kept";
+    unknown.task.alertId = 3;
+    ASSERT_EQ(ti->getTaskInfo(unknown, err, nullptr), 0);
+    EXPECT_EQ(unknown.task.description, "kept");
+    EXPECT_EQ(unknown.task.alertId, 3u);
+    EXPECT_EQ(err, "caller's text");
+}
+
+TEST_P(RecordReadTest, SubTaskInfoChoosesItsKeysByWhichAreSet) {
+    auto read = [&](unsigned long long taskId, unsigned long long subTaskId) {
+        _TaskInfo info;
+        info.taskId = taskId;
+        info.subTaskId = subTaskId;
+        info.subTask.subTaskId = 777;  // marks "no row"
+        EXPECT_EQ(ti->getSubTaskInfo(info, err, nullptr), 0);
+        return info.subTask;
+    };
+    Sched_SubTask both = read(7, 12);
+    EXPECT_EQ(both.subTaskId, 12u);
+    EXPECT_EQ(both.taskId, 7u);
+    EXPECT_EQ(both.subTaskType, 3u);
+    EXPECT_EQ(both.operationType, 4004u);
+    EXPECT_EQ(both.subTaskOrder, 2u);
+    EXPECT_EQ(read(8, 12).subTaskId, 777u) << "both keys must match";
+    EXPECT_EQ(read(0, 13).subTaskId, 13u);
+    EXPECT_EQ(read(7, 0).subTaskId, 11u) << "the task's first subtask";
+    EXPECT_EQ(read(0, 0).subTaskId, 777u);
+}
+
+TEST_P(RecordReadTest, EntityInfoAppendsEveryEntityEachCall) {
+    _TaskInfo info;
+    info.taskId = 7;
+    ASSERT_EQ(ti->getEntityInfo(info, err, nullptr), 0);
+    ASSERT_EQ(info.entities.size(), 2u);
+    const Sched_AssocEntity& group = info.entities[0];
+    EXPECT_EQ(group.assocId, 1u);
+    EXPECT_EQ(group.assocType, 28u);
+    EXPECT_EQ(group.taskId, 7u);
+    EXPECT_EQ(group.clientGroupId, 3u);
+    EXPECT_EQ(group.policyId, 41u);
+    EXPECT_EQ(group.copyId, 42u);
+    EXPECT_EQ(group.srmReportSet, 43u);
+    EXPECT_EQ(group.srmReportType, 44u);
+    const Sched_AssocEntity& sub = info.entities[1];
+    EXPECT_EQ(sub.clientId, 12u);
+    EXPECT_EQ(sub.apptypeId, 33u);
+    EXPECT_EQ(sub.instanceId, 1u);
+    EXPECT_EQ(sub.backupsetId, 40u);
+    EXPECT_EQ(sub.subclientId, 301u);
+
+    ASSERT_EQ(ti->getEntityInfo(info, err, nullptr), 0);
+    EXPECT_EQ(info.entities.size(), 4u);
+    EXPECT_EQ(info.entities[2].assocId, 1u);
+    EXPECT_EQ(err, "caller's text");
+}
+
+TEST_P(RecordReadTest, PatternInfoByClientByTaskOrEveryPattern) {
+    auto names = [&](unsigned int clientId, unsigned long long taskId) {
+        _TaskInfo info;
+        info.taskId = taskId;
+        info.entities.resize(1);
+        info.entities[0].clientId = clientId;
+        info.entities[0].taskId = static_cast<unsigned int>(taskId);
+        EXPECT_EQ(ti->getPatternInfo(info, err, nullptr), 0);
+        std::string all;
+        for (const auto& p : info.patterns) all += p.name + ";";
+        return all;
+    };
+    evtrace::Capture cap;
+    EXPECT_EQ(names(99, 7), "Other daily;") << "the client wins over the task";
+    EXPECT_EQ(traced(cap, "Called with clientId[99], taskId[7]", "TaskInterfaceDB::getPatternInfo"), 1u);
+    EXPECT_EQ(names(0, 7), "Sunday 22:00;Daily 23:30;");
+    EXPECT_EQ(names(0, 8), "Other daily;");
+    EXPECT_EQ(names(0x80000000u, 8), "Other daily;") << "a negative client id is no client";
+    EXPECT_EQ(names(0, 0), "Sunday 22:00;Daily 23:30;Other daily;");
+
+    _TaskInfo info;
+    info.taskId = 7;
+    info.entities.resize(1);
+    ASSERT_EQ(ti->getPatternInfo(info, err, nullptr), 0);
+    ASSERT_EQ(info.patterns.size(), 2u);
+    const Sched_Pattern& p = info.patterns[0];
+    EXPECT_EQ(p.ownerId, 5u);
+    EXPECT_EQ(p.freq_type, 8u);
+    EXPECT_EQ(p.freq_interval, 1u);
+    EXPECT_EQ(p.freq_relative_interval, 2u);
+    EXPECT_EQ(p.freq_recurrence_factor, 3u);
+    EXPECT_EQ(p.freq_subday_interval, 4u);
+    EXPECT_EQ(p.skipOccurence, 5u);
+    EXPECT_EQ(p.skipDayNumber, 6u);
+    EXPECT_EQ(p.active_start_date, "2026-01-04 00:00:00");
+    EXPECT_EQ(p.active_start_time, 79200u);
+    EXPECT_EQ(p.active_end_date, "2027-12-31 23:59:00");
+    EXPECT_EQ(p.active_end_time, 86399u);
+    EXPECT_EQ(p.active_end_occurence, 7u);
+    EXPECT_EQ(p.tzId, 42u);
+    EXPECT_EQ(p.calendarId, 8u);
+    EXPECT_EQ(p.local_start_date, 9u);
+    EXPECT_EQ(p.local_end_date, 10u);
+    EXPECT_EQ(p.freq_restart_interval, 11u);
+    EXPECT_EQ(info.patterns[1].active_start_date, "") << "a date never set";
+}
+
+TEST_P(RecordReadTest, DefaultTaskIdIsTheFlaggedTask) {
+    _TaskInfo info;
+    ASSERT_EQ(ti->getDefaultTaskId(info, err, nullptr), 0);
+    EXPECT_EQ(info.task.taskId, 1u);
+
+    exec("UPDATE TM_Task SET flags = 0 WHERE taskId = 1");
+    info.task.taskId = 55;
+    ASSERT_EQ(ti->getDefaultTaskId(info, err, nullptr), 0);
+    EXPECT_EQ(info.task.taskId, 55u);
+    EXPECT_EQ(err, "caller's text");
+}
+
+TEST_P(RecordReadTest, HostileTextsRoundTripWithinTheColumnWidths) {
+    const std::string quoted = "it's a \"test\" -- '; DROP TABLE TM_Task; --";
+    const std::string nonAscii =
+        "Sauvegarde nocturne \xC3\xA9t\xC3\xA9 \xE6\x97\xA5\xE6\x9C\xAC \xF0\x9F\x92\xBE";
+    auto sqlText = [](const std::string& s) {
+        std::string out;
+        for (char c : s) out += c == '\'' ? std::string("''") : std::string(1, c);
+        return out;
+    };
+    const std::string longText(5000, 'x');
+    exec("UPDATE TM_Task SET description = N'" + sqlText(quoted) + "' WHERE taskId = 7");
+    exec("UPDATE TM_Task SET description = N'" + nonAscii + "' WHERE taskId = 8");
+    exec("UPDATE TM_Task SET description = '" + longText + "' WHERE taskId = 1");
+    exec("UPDATE TM_Pattern SET name = N'" + sqlText(quoted + nonAscii) + "' WHERE patternId = 21");
+    exec("UPDATE TM_Pattern SET name = '" + std::string(600, 'n') + "' WHERE patternId = 22");
+
+    auto description = [&](unsigned long long taskId) {
+        _TaskInfo info;
+        info.taskId = taskId;
+        EXPECT_EQ(ti->getTaskInfo(info, err, nullptr), 0);
+        return info.task.description;
+    };
+    EXPECT_EQ(description(7), quoted);
+    EXPECT_EQ(description(8), nonAscii);
+    EXPECT_EQ(description(1), std::string(4096, 'x'));
+
+    _TaskInfo info;
+    info.taskId = 7;
+    info.entities.resize(1);
+    ASSERT_EQ(ti->getPatternInfo(info, err, nullptr), 0);
+    ASSERT_EQ(info.patterns.size(), 2u);
+    EXPECT_EQ(info.patterns[0].name, quoted + nonAscii);
+    EXPECT_EQ(info.patterns[1].name, std::string(510, 'n'));
+}
+
+TASKDB_STORE_SUITE(RecordReadTest);
