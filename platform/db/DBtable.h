@@ -27,6 +27,9 @@
 // Every step (open, fetch, close, insert, update, delete) first asks dbfault::hit and, when a fault
 // is armed for it, fails with the fault's code and text without touching the database.
 //
+// A table without a transaction writes on a connection of its own: on SQLite that waits (up to the
+// busy timeout) for any write transaction the same thread still holds on the store.
+//
 // Thread safety: one DBtable is used by one thread at a time. It must not outlive its transaction;
 // a cursor still open when the transaction ends is closed by it (a later fetch fails).
 #include <memory>

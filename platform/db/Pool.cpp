@@ -25,12 +25,10 @@ struct Pool {
     std::unordered_map<const Connection*, std::string> lent;  // URL of every connection handed out
 };
 
-void closeIdleAtExit();
-
 // Never destroyed: connections may be given back while other statics are being destroyed.
 Pool& pool() {
     static Pool* p = [] {
-        std::atexit(closeIdleAtExit);
+        std::atexit(poolCloseIdle);  // checkpoints and closes the stores cleanly
         return new Pool;
     }();
     return *p;
@@ -43,16 +41,6 @@ void forgetInheritedLocked(Pool& p) {
     p.idle.clear();
     p.lent.clear();
     p.pid = getpid();
-}
-
-void closeIdleAtExit() {
-    std::vector<std::pair<std::string, std::unique_ptr<Connection>>> doomed;
-    Pool& p = pool();
-    {
-        std::lock_guard<std::mutex> lock(p.mu);
-        forgetInheritedLocked(p);
-        doomed.swap(p.idle);
-    }
 }
 
 }  // namespace
@@ -96,20 +84,13 @@ void giveBack(std::unique_ptr<Connection> conn) {
     p.lent.erase(it);
 }
 
-void poolKeepOnly(const std::string& url) {
-    std::vector<std::unique_ptr<Connection>> doomed;
+void poolCloseIdle() {
+    std::vector<std::pair<std::string, std::unique_ptr<Connection>>> doomed;  // closed outside the lock
     Pool& p = pool();
     {
         std::lock_guard<std::mutex> lock(p.mu);
         forgetInheritedLocked(p);
-        for (auto it = p.idle.begin(); it != p.idle.end();) {
-            if (it->first == url) {
-                ++it;
-                continue;
-            }
-            doomed.push_back(std::move(it->second));
-            it = p.idle.erase(it);
-        }
+        doomed.swap(p.idle);
     }
     forgetCheckedStores();
 }
