@@ -4,6 +4,7 @@
 
 #include "odbc/OdbcFixture.h"
 #include "platform/db/odbc/OdbcDiag.h"
+#include "platform/db/odbc/PostgresMarkers.h"
 #include "platform/db/odbc/Utf16.h"
 
 using dbl::odbc::OdbcConnection;
@@ -232,4 +233,34 @@ TEST_F(OdbcTest, WideTextRoundTripsAsOnSqlServer) {
         EXPECT_EQ(rows[0][0], std::optional<std::string>(big)) << "wide " << wide;
         EXPECT_EQ(rows[1][0], std::optional<std::string>("caf\xc3\xa9")) << "wide " << wide;
     }
+}
+
+TEST(PostgresMarkers, IntegerLiteralsGetTheirLiteralTypeAndEverythingElseStaysAsItIs) {
+    using dbl::Param;
+    auto num = [](long long v) {
+        Param p;
+        p.type = Param::kInt;
+        p.i = v;
+        return p;
+    };
+    Param text;
+    text.type = Param::kText;
+    text.s = "?";
+    const std::vector<Param> params{num(-5), text, num(3000000000LL), num(INT_MIN)};
+    EXPECT_EQ(
+        dbl::odbc::typeLiteralMarkers(
+            "SELECT - ? FROM t WHERE a = ? AND b = '?' /* ? */ AND c = ?+? AND d = ?", params),
+        "SELECT - ?::integer FROM t WHERE a = ? AND b = '?' /* ? */ AND c = ?::bigint+?::integer AND d = ?")
+        << "markers in literals and comments are not markers; the caller's own markers follow untouched";
+    EXPECT_EQ(dbl::odbc::typeLiteralMarkers("SELECT ?", {text}), "SELECT ?");
+}
+
+TEST_F(OdbcTest, NegativeAndWideLiteralsWorkWhereTheServerCannotGuessATypeAlone) {
+    exec("CREATE TABLE lits (i integer, b bigint, s text)");
+    exec("INSERT INTO lits (i, b, s) VALUES (-2147483648, -9223372036854775807, N'x')");
+    exec("UPDATE lits SET i = i + 1, b = b - 1 WHERE i = -2147483648");
+    auto rows = query(*conn, "SELECT i, b, -1 * 2, 2147483648 + 1 FROM lits");
+    ASSERT_EQ(rows.size(), 1u);
+    EXPECT_EQ(rows[0], (Row{std::string("-2147483647"), std::string("-9223372036854775808"),
+                            std::string("-2"), std::string("2147483649")}));
 }

@@ -5,6 +5,7 @@
 #include "platform/db/DBerrors.h"
 #include "platform/db/odbc/OdbcStatement.h"
 #include "platform/db/odbc/PostgresDdl.h"
+#include "platform/db/odbc/PostgresMarkers.h"
 
 namespace dbl {
 namespace odbc {
@@ -109,6 +110,7 @@ StatementPtr OdbcConnection::prepare(const std::string& sql, std::vector<Param>&
         err.set(DB_ERR_SQL_TEXT, "cannot read the statement: " + problem);
         return nullptr;
     }
+    if (dialect() == Dialect::Postgres) translated = typeLiteralMarkers(translated, params);
     return prepareText(translated, err);
 }
 
