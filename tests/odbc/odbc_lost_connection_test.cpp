@@ -81,3 +81,34 @@ TEST_F(OdbcLostConnectionTest, EveryCallFailsClearlyAndANewConnectionWorksOnceTh
     EXPECT_EQ(query(*conn, "SELECT COUNT(*) FROM l")[0][0], std::optional<std::string>("0"))
         << "the transaction in flight was rolled back";
 }
+
+TEST_F(OdbcLostConnectionTest, AConnectionTheServerEndedWhileIdleIsReplacedUnlessWorkWouldBeLost) {
+    if (pgtest::env("TASKDB_TEST_PG_CTL").empty()) GTEST_SKIP() << "TASKDB_TEST_PG_CTL is not set";
+    exec("CREATE TABLE r (id bigint)");
+    auto writer = open();
+    auto busy = open();
+    ASSERT_TRUE(writer && busy);
+    dbl::Error err;
+    ASSERT_EQ(busy->begin(true, err), 0) << err.text;  // holds work that a new connection would lose
+    query(*busy, "INSERT INTO r (id) VALUES (1)");
+
+    ASSERT_TRUE(stopServer());
+    ASSERT_TRUE(startServer());
+
+    // Idle outside a transaction: the next query runs on a new connection.
+    EXPECT_EQ(query(*conn, "SELECT COUNT(*) FROM r")[0][0], std::optional<std::string>("0"));
+    EXPECT_FALSE(conn->broken());
+    // Idle before a write transaction: its begin (which takes the store's write lock) goes through.
+    ASSERT_EQ(writer->begin(true, err), 0) << err.text;
+    query(*writer, "INSERT INTO r (id) VALUES (3)");
+    ASSERT_EQ(writer->commit(err), 0) << err.text;
+    // With work in its transaction the connection is not replaced: the failure is reported.
+    int rc = 0;
+    dbl::Error lost;
+    query(*busy, "INSERT INTO r (id) VALUES (4)", &rc, &lost);
+    expectLost(lost, rc, "busy connection");
+    EXPECT_TRUE(busy->broken());
+
+    EXPECT_EQ(query(*conn, "SELECT id FROM r ORDER BY id"), (std::vector<Row>{{std::string("3")}}))
+        << "the busy transaction's row went with its connection";
+}

@@ -66,45 +66,60 @@ int setUpPostgres(odbc::Session& session, Error& err) {
 
 }  // namespace
 
-std::unique_ptr<Connection> connectOdbc(const std::string& url, Error& err) {
-    static const std::string kPrefix = "odbc:";
-    std::string connection = url.compare(0, kPrefix.size(), kPrefix) == 0 ? url.substr(kPrefix.size()) : url;
-    SQLHENV env = environment(err);
-    if (env == SQL_NULL_HENV) return nullptr;
+namespace odbc {
 
-    SQLHDBC dbc = SQL_NULL_HDBC;
-    if (!odbc::succeeded(SQLAllocHandle(SQL_HANDLE_DBC, env, &dbc))) {
-        odbc::failFrom(SQL_HANDLE_ENV, env, odbc::NativeCodes::SqlState, err);
-        return nullptr;
-    }
+int openHandle(const std::string& connection, SQLHDBC& dbc, Dialect& dialect, std::string& dbms, Error& err) {
+    SQLHENV env = environment(err);
+    if (env == SQL_NULL_HENV) return err.code;
+    dbc = SQL_NULL_HDBC;
+    if (!succeeded(SQLAllocHandle(SQL_HANDLE_DBC, env, &dbc)))
+        return failFrom(SQL_HANDLE_ENV, env, NativeCodes::SqlState, err);
     SQLSetConnectAttr(dbc, SQL_ATTR_LOGIN_TIMEOUT, reinterpret_cast<SQLPOINTER>(static_cast<uintptr_t>(15)),
                       0);
     SQLRETURN rc = SQLDriverConnect(
         dbc, nullptr, reinterpret_cast<SQLCHAR*>(const_cast<char*>(connection.c_str())),
         static_cast<SQLSMALLINT>(connection.size()), nullptr, 0, nullptr, SQL_DRIVER_NOPROMPT);
-    if (!odbc::succeeded(rc)) {
-        odbc::failFrom(SQL_HANDLE_DBC, dbc, odbc::NativeCodes::SqlState, err);
+    if (!succeeded(rc)) {
+        failFrom(SQL_HANDLE_DBC, dbc, NativeCodes::SqlState, err);
         SQLFreeHandle(SQL_HANDLE_DBC, dbc);
+        dbc = SQL_NULL_HDBC;
         EvDebug::Debug("dbl::odbc", "connect failed: %s", err.text.c_str());
-        return nullptr;
+        return err.code;
     }
-
-    std::string dbms = infoText(dbc, SQL_DBMS_NAME);
-    Dialect dialect;
+    dbms = infoText(dbc, SQL_DBMS_NAME);
     if (dbms == "PostgreSQL") {
         dialect = Dialect::Postgres;
     } else if (dbms == "Microsoft SQL Server") {
         dialect = Dialect::SqlServer;
     } else {
-        err.set(odbc::sqlstateCode("HYC00"), "[HYC00] unsupported database server '" + dbms +
-                                                 "' (supported: PostgreSQL, Microsoft SQL Server)");
+        err.set(sqlstateCode("HYC00"), "[HYC00] unsupported database server '" + dbms +
+                                           "' (supported: PostgreSQL, Microsoft SQL Server)");
         SQLDisconnect(dbc);
         SQLFreeHandle(SQL_HANDLE_DBC, dbc);
-        return nullptr;
+        dbc = SQL_NULL_HDBC;
+        return err.code;
     }
-    auto session = std::make_shared<odbc::Session>(dbc, dialect, dbms);
-    SQLSetConnectAttr(dbc, SQL_ATTR_TXN_ISOLATION, reinterpret_cast<SQLPOINTER>(SQL_TXN_READ_COMMITTED), 0);
-    if (dialect == Dialect::Postgres && setUpPostgres(*session, err) != 0) return nullptr;
+    return 0;
+}
+
+int setUpSession(Session& session, Error& err) {
+    SQLSetConnectAttr(session.dbc(), SQL_ATTR_TXN_ISOLATION,
+                      reinterpret_cast<SQLPOINTER>(SQL_TXN_READ_COMMITTED), 0);
+    if (session.dialect() == Dialect::Postgres) return setUpPostgres(session, err);
+    return 0;
+}
+
+}  // namespace odbc
+
+std::unique_ptr<Connection> connectOdbc(const std::string& url, Error& err) {
+    static const std::string kPrefix = "odbc:";
+    std::string connection = url.compare(0, kPrefix.size(), kPrefix) == 0 ? url.substr(kPrefix.size()) : url;
+    SQLHDBC dbc = SQL_NULL_HDBC;
+    Dialect dialect;
+    std::string dbms;
+    if (odbc::openHandle(connection, dbc, dialect, dbms, err) != 0) return nullptr;
+    auto session = std::make_shared<odbc::Session>(dbc, dialect, dbms, connection);
+    if (odbc::setUpSession(*session, err) != 0) return nullptr;
     EvDebug::DebugLvl(8, "dbl::odbc", "connected to %s %s", dbms.c_str(),
                       infoText(dbc, SQL_DBMS_VER).c_str());
     return std::make_unique<odbc::OdbcConnection>(std::move(session));

@@ -31,7 +31,7 @@ std::string lower(std::string s) {
 OdbcConnection::OdbcConnection(std::shared_ptr<Session> session) : m_session(std::move(session)) {}
 
 OdbcConnection::~OdbcConnection() {
-    if (m_inTransaction && !m_session->broken()) {
+    if (m_session->inTransaction() && !m_session->broken()) {
         Error ignored;
         endTransaction(SQL_ROLLBACK, ignored);
     }
@@ -47,12 +47,12 @@ int OdbcConnection::setAutocommit(bool on, Error& err) {
 
 int OdbcConnection::begin(bool write, Error& err) {
     if (m_session->broken()) return m_session->failBroken(err);
-    if (m_inTransaction) {
+    if (m_session->inTransaction()) {
         err.set(sqlstateCode("25001"), "[25001] a transaction is already active on this connection");
         return err.code;
     }
     if (int rc = setAutocommit(false, err)) return rc;
-    m_inTransaction = true;
+    m_session->setInTransaction(true);
     if (write && dialect() == Dialect::Postgres) {
         std::string ignored;
         if (int rc = queryOne(kPostgresWriteLock, {}, ignored, err)) {
@@ -67,28 +67,28 @@ int OdbcConnection::begin(bool write, Error& err) {
 int OdbcConnection::endTransaction(SQLSMALLINT completion, Error& err) {
     if (!succeeded(SQLEndTran(SQL_HANDLE_DBC, m_session->dbc(), completion)))
         return m_session->fail(SQL_HANDLE_DBC, m_session->dbc(), err);
-    m_inTransaction = false;
+    m_session->setInTransaction(false);
     return setAutocommit(true, err);
 }
 
 int OdbcConnection::commit(Error& err) {
     if (m_session->broken()) {
-        m_inTransaction = false;
+        m_session->setInTransaction(false);
         return m_session->failBroken(err);
     }
-    if (!m_inTransaction) return 0;
+    if (!m_session->inTransaction()) return 0;
     // A failed commit leaves the transaction open, so that the caller can roll it back.
     return endTransaction(SQL_COMMIT, err);
 }
 
 int OdbcConnection::rollback(Error& err) {
     if (m_session->broken()) {
-        m_inTransaction = false;
+        m_session->setInTransaction(false);
         return m_session->failBroken(err);
     }
-    if (!m_inTransaction) return 0;
+    if (!m_session->inTransaction()) return 0;
     int rc = endTransaction(SQL_ROLLBACK, err);
-    m_inTransaction = false;
+    m_session->setInTransaction(false);
     return rc;
 }
 

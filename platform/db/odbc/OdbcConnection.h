@@ -44,7 +44,7 @@ class OdbcConnection final : public Connection {
 
     Dialect dialect() const { return m_session->dialect(); }
     const std::string& dbmsName() const { return m_session->dbmsName(); }
-    bool inTransaction() const { return m_inTransaction; }
+    bool inTransaction() const { return m_session->inTransaction(); }
     Session& session() const { return *m_session; }
 
   private:
@@ -56,7 +56,6 @@ class OdbcConnection final : public Connection {
                  Error& err);
 
     std::shared_ptr<Session> m_session;
-    bool m_inTransaction = false;
 };
 
 }  // namespace odbc

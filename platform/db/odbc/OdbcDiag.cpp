@@ -22,8 +22,11 @@ int sqlstateCode(const std::string& state) {
 }
 
 bool isConnectionLostState(const std::string& state) {
-    if (state.compare(0, 2, "08") == 0) return true;
-    return state == "57P01" || state == "57P02" || state == "57P03";
+    return state.compare(0, 2, "08") == 0 || isServerEndedState(state);
+}
+
+bool isServerEndedState(const std::string& state) {
+    return state == "57P01" || state == "57P02" || state == "57P03" || state == "57P05";
 }
 
 namespace {

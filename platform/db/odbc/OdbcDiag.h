@@ -28,9 +28,13 @@ struct Diagnostic {
 // read as success and no-data, so they are moved out of the way).
 int sqlstateCode(const std::string& state);
 
-// States after which the session is gone: connection exceptions (class 08) and server shutdowns
-// (57P01 administrator command, 57P02 crash, 57P03 cannot connect now).
+// States after which the session is gone: connection exceptions (class 08) and the server ending
+// the session (see isServerEndedState).
 bool isConnectionLostState(const std::string& state);
+// The server ended the session and said so, so the statement that met it did nothing: 57P01
+// (administrator command: the server was stopped), 57P02 (crash), 57P03 (cannot connect now), 57P05
+// (idle session timeout).
+bool isServerEndedState(const std::string& state);
 
 // The first error record of `handle` (records of class 01, warnings, are passed over when an error
 // follows them). Thread safety: as the handle.

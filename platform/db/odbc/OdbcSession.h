@@ -21,8 +21,8 @@ namespace odbc {
 
 class Session {
   public:
-    // Takes ownership of a connected handle.
-    Session(SQLHDBC dbc, Dialect dialect, std::string dbmsName);
+    // Takes ownership of a connected handle, made from `connection` (kept for reconnecting).
+    Session(SQLHDBC dbc, Dialect dialect, std::string dbmsName, std::string connection);
     ~Session();
     Session(const Session&) = delete;
     Session& operator=(const Session&) = delete;
@@ -49,6 +49,24 @@ class Session {
     // Marks the session broken if `err` is a lost connection (also asks the driver).
     void noteFailure(Error& err);
 
+    // The connection's transaction state, kept here so that a reconnect can restore it.
+    bool inTransaction() const { return m_inTransaction; }
+    void setInTransaction(bool on) {
+        m_inTransaction = on;
+        m_pendingWork = false;
+    }
+    // A statement ran: inside a transaction there is now work that a new connection would lose.
+    void noteWork() {
+        if (m_inTransaction) m_pendingWork = true;
+    }
+
+    // After the connection was lost while nothing would be lost with it (inside a transaction: no
+    // statement has run in it yet; outside one: `sql` only reads, or the server said it ended the
+    // session, so the statement did nothing), and no other statement is in use: connects again,
+    // restores the transaction state and prepares `sql` on the new connection: true with `stmt`
+    // replaced. False, with `err` and the session as they were, otherwise.
+    bool reconnectFor(SQLHSTMT& stmt, const std::string& sql, Error& err);
+
     // A prepared handle for `sql` (from the cache or newly prepared); null with `err` set on failure.
     // `fresh` tells whether it was prepared now.
     SQLHSTMT takeStatement(const std::string& sql, bool& fresh, Error& err);
@@ -60,7 +78,10 @@ class Session {
     size_t cachedCount() const { return m_cached; }
 
   private:
+    void freeCache();
+
     SQLHDBC m_dbc;
+    std::string m_connection;
     Dialect m_dialect;
     std::string m_dbmsName;
     bool m_wideText;
@@ -69,7 +90,16 @@ class Session {
     std::unordered_map<std::string, std::vector<SQLHSTMT>> m_cache;
     size_t m_cached = 0;
     int m_prepared = 0;
+    int m_outstanding = 0;  // handles taken and not given back
+    bool m_inTransaction = false;
+    bool m_pendingWork = false;
 };
+
+// Connects a new handle with a driver connection string and names its server; 0, or the failure's
+// code with `err` set (the handle is then freed). Thread-safe.
+int openHandle(const std::string& connection, SQLHDBC& dbc, Dialect& dialect, std::string& dbms, Error& err);
+// The settings a new session gets before use (isolation, text encoding); 0 or the failure's code.
+int setUpSession(Session& session, Error& err);
 
 }  // namespace odbc
 }  // namespace dbl

@@ -84,15 +84,23 @@ int OdbcStatement::bindParams(Error& err) {
 }
 
 int OdbcStatement::execute(Error& err) {
-    if (int rc = bindParams(err)) return rc;
-    m_executed = true;
-    SQLRETURN rc = SQLExecute(m_stmt);
-    if (rc == SQL_NO_DATA) {  // a searched update or delete that touched no row
-        m_done = true;
-        return 100;
+    for (bool retried = false;; retried = true) {
+        if (int rc = bindParams(err)) return rc;
+        m_executed = true;
+        SQLRETURN rc = SQLExecute(m_stmt);
+        if (rc == SQL_NO_DATA) {  // a searched update or delete that touched no row
+            m_session->noteWork();
+            m_done = true;
+            return 100;
+        }
+        if (succeeded(rc)) {
+            m_session->noteWork();
+            return findResultSet(err);
+        }
+        fail(err);
+        // A connection that the server ended while it sat idle is replaced once, transparently.
+        if (retried || !m_session->reconnectFor(m_stmt, m_sql, err)) return err.code;
     }
-    if (!succeeded(rc)) return fail(err);
-    return findResultSet(err);
 }
 
 int OdbcStatement::findResultSet(Error& err) {
@@ -202,7 +210,7 @@ int OdbcStatement::step(Error& err) {
 }
 
 void OdbcStatement::reset() {
-    if (m_executed && !m_session->broken()) SQLFreeStmt(m_stmt, SQL_CLOSE);
+    if (m_executed && !m_session->broken() && m_stmt != SQL_NULL_HSTMT) SQLFreeStmt(m_stmt, SQL_CLOSE);
     m_params.clear();
     m_row.clear();
     m_executed = m_done = m_hasRow = m_failed = false;
