@@ -1,7 +1,9 @@
 // The store's procedures on PostgreSQL: SQL functions created with the schema and called as
 // "SELECT * FROM name(?, ...)". Each gives the same rows, in the same order, as the embedded store's
-// procedure of the same name. Integer inputs are declared bigint so that any integer argument
-// resolves to the one function of that name.
+// procedure of the same name. They live in the server, as the procedures of the management server's
+// own database do, so the backend calls every server's procedures the same way (by name) and any
+// client of the database sees the same answers. Integer inputs are declared bigint so that any
+// integer argument resolves to the one function of that name.
 #include "platform/db/odbc/PostgresDdl.h"
 
 namespace dbl {
