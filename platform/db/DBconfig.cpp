@@ -33,7 +33,7 @@ void setUrl(const std::string& u) {
         std::lock_guard<std::mutex> lock(mu());
         overrideUrl() = u;
     }
-    dbl::poolKeepOnly(url());
+    dbl::poolCloseIdle();
 }
 
 }  // namespace dbconfig

@@ -11,6 +11,7 @@ namespace dbconfig {
 // The URL in force: the override when one is set, else TASKDB_URL, else the default.
 KO_PLATFORM_API std::string url();
 // Overrides the URL for connections made from now on ("" removes the override). Idle pooled
-// connections to another URL are closed.
+// connections are closed, so the next connection checks its store's schema version again.
+// Both are thread-safe; connections in use keep their store until they are given back.
 KO_PLATFORM_API void setUrl(const std::string& url);
 }  // namespace dbconfig

@@ -97,12 +97,10 @@ void DBtable::setWhere(const char* format, ...) {
 
 void DBtable::setWhereArgs(const char* format, va_list args) {
     m_impl->where.set(format, args);
-    m_impl->rowRead = false;
 }
 
 void DBtable::setWhereText(const std::string& clause) {
     m_impl->where.setText(clause);
-    m_impl->rowRead = false;
 }
 const std::string& DBtable::getWhere() const {
     return m_impl->where.text();

@@ -12,10 +12,10 @@
 //
 // Statement shapes (in the library's SQL Server dialect; the backend translates):
 //   table open:   SELECT <column list> FROM <name> [WHERE <where>] [ORDER BY <order-by>]
-//   rowUpdate:    UPDATE <name> SET <set clause> WHERE <identity> = <the record's identity> (the row
-//                 fetched since the where-clause was last set), or WHERE <where> for a table without
-//                 identity or when no row was fetched; with an empty set clause every column but the identity
-//                 is written from the raw record
+//   rowUpdate:    UPDATE <name> SET <set clause> WHERE <identity> = <the row's identity> while the
+//                 cursor is positioned on a fetched row of a table with an identity column, else
+//                 [WHERE <where>]; with an empty set clause every column but the identity is
+//                 written from the raw record
 //   rowInsert:    INSERT INTO <name> (<every column but the identity>) VALUES (raw record); the new
 //                 identity value is written back into the record
 //   rowDelete:    DELETE FROM <name> [WHERE <where>]
@@ -28,6 +28,9 @@
 //
 // Every step (open, fetch, close, insert, update, delete) first asks dbfault::hit and, when a fault
 // is armed for it, fails with the fault's code and text without touching the database.
+//
+// A table without a transaction writes on a connection of its own: on SQLite that waits (up to the
+// busy timeout) for any write transaction the same thread still holds on the store.
 //
 // Thread safety: one DBtable is used by one thread at a time. It must not outlive its transaction;
 // a cursor still open when the transaction ends is closed by it (a later fetch fails).

@@ -85,7 +85,6 @@ int DBtable::fetchCursor(bool next) {
     if (!m.open) return m.fail(DB_ERR_NOT_OPEN, "no open cursor on [" + m.name + "]");
     if (!next && m.hasRow) {
         m.fillRecord(*m.stmt);
-        m.rowRead = true;
         return 0;
     }
     dbl::Error e;
@@ -100,7 +99,6 @@ int DBtable::fetchCursor(bool next) {
     m.hasRow = rc == 0;
     if (rc == 0) {
         m.fillRecord(*m.stmt);
-        m.rowRead = true;
         return 0;
     }
     if (rc == DB_NO_DATA) return m.fail(DB_NO_DATA, "No data");

@@ -64,16 +64,13 @@ int DBtable::rowUpdate(const std::string& setClause) {
     Impl& m = *m_impl;
     int code = 0;
     if (m.faulted(dbfault::Step::Update, code)) return code;
-    // The update is of the row that was read: its identity names it when the table has one, so
-    // other rows that match the where-clause are left alone.
-    const bool byId = m.rowRead && m.identityField && *m.identityField > 0;
+    // On a fetched row of a table with an identity the update names that row alone.
+    const bool byId = m.open && m.hasRow && m.hasRowIdentity;
     auto literal = [&] {
         std::string sql =
             "UPDATE " + m.name + " SET " + (setClause.empty() ? m.setClauseFromRecord() : setClause);
-        if (byId)
-            sql += " WHERE " + m.identityColumn + " = " + std::to_string(*m.identityField);
-        else if (!m.where.empty())
-            sql += " WHERE " + m.where.text();
+        const std::string where = m.updateWhere();
+        if (!where.empty()) sql += " WHERE " + where;
         return sql;
     };
     // A set clause of the caller's is text; the record's own columns go as a template.
@@ -87,7 +84,7 @@ int DBtable::rowUpdate(const std::string& setClause) {
         if (byId) {
             dbl::Param id;
             id.type = dbl::Param::kInt;
-            id.i = *m.identityField;
+            id.i = m.rowIdentity;
             values.push_back(id);
         } else {
             m.where.params(values);

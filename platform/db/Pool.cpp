@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <mutex>
 #include <unordered_map>
+#include <unordered_set>
 #include <utility>
 #include <vector>
 
@@ -23,14 +24,13 @@ struct Pool {
     pid_t pid = getpid();
     std::vector<std::pair<std::string, std::unique_ptr<Connection>>> idle;
     std::unordered_map<const Connection*, std::string> lent;  // URL of every connection handed out
+    std::unordered_set<const Connection*> inherited;          // lent by the parent before fork()
 };
-
-void closeIdleAtExit();
 
 // Never destroyed: connections may be given back while other statics are being destroyed.
 Pool& pool() {
     static Pool* p = [] {
-        std::atexit(closeIdleAtExit);
+        std::atexit(poolCloseIdle);  // checkpoints and closes the stores cleanly
         return new Pool;
     }();
     return *p;
@@ -41,18 +41,9 @@ void forgetInheritedLocked(Pool& p) {
     if (p.pid == getpid()) return;
     for (auto& entry : p.idle) entry.second.release();
     p.idle.clear();
+    for (const auto& entry : p.lent) p.inherited.insert(entry.first);
     p.lent.clear();
     p.pid = getpid();
-}
-
-void closeIdleAtExit() {
-    std::vector<std::pair<std::string, std::unique_ptr<Connection>>> doomed;
-    Pool& p = pool();
-    {
-        std::lock_guard<std::mutex> lock(p.mu);
-        forgetInheritedLocked(p);
-        doomed.swap(p.idle);
-    }
 }
 
 }  // namespace
@@ -83,8 +74,10 @@ void giveBack(std::unique_ptr<Connection> conn) {
     std::unique_ptr<Connection> doomed;  // closed outside the lock
     Pool& p = pool();
     std::lock_guard<std::mutex> lock(p.mu);
-    if (p.pid != getpid()) {
-        forgetInheritedLocked(p);
+    forgetInheritedLocked(p);
+    if (p.inherited.erase(conn.get())) {
+        conn.release();  // the parent's handle: closing it here could disturb the parent's locks
+        return;
     }
     auto it = p.lent.find(conn.get());
     if (it == p.lent.end() || conn->broken() || it->second != dbconfig::url() || p.idle.size() >= kMaxIdle) {
@@ -96,20 +89,13 @@ void giveBack(std::unique_ptr<Connection> conn) {
     p.lent.erase(it);
 }
 
-void poolKeepOnly(const std::string& url) {
-    std::vector<std::unique_ptr<Connection>> doomed;
+void poolCloseIdle() {
+    std::vector<std::pair<std::string, std::unique_ptr<Connection>>> doomed;  // closed outside the lock
     Pool& p = pool();
     {
         std::lock_guard<std::mutex> lock(p.mu);
         forgetInheritedLocked(p);
-        for (auto it = p.idle.begin(); it != p.idle.end();) {
-            if (it->first == url) {
-                ++it;
-                continue;
-            }
-            doomed.push_back(std::move(it->second));
-            it = p.idle.erase(it);
-        }
+        doomed.swap(p.idle);
     }
     forgetCheckedStores();
 }

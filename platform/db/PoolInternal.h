@@ -11,8 +11,8 @@ namespace dbl {
 std::unique_ptr<Connection> connectUnchecked(const std::string& url, Error& err);
 // Reads the version recorded in the store behind `conn`: 0 when none, -1 with err set on failure.
 int readSchemaVersion(Connection& conn, Error& err);
-// Closes idle pooled connections of every URL but `url` and forgets which stores were checked.
-void poolKeepOnly(const std::string& url);
+// Closes every idle pooled connection and forgets which stores were checked.
+void poolCloseIdle();
 // Makes the next connection to every store check its schema version again.
 void forgetCheckedStores();
 
