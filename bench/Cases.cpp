@@ -26,10 +26,10 @@ class TraceOn {
     ~TraceOn() { evtrace::setLevel(kFilteredLevel); }
 };
 
-void tune(benchmark::internal::Benchmark* b, const Case& c, bool smoke) {
+void tune(benchmark::internal::Benchmark* b, const Case& c, long iterations) {
     b->Unit(benchmark::kNanosecond);
     if (c.threads > 1) b->Threads(c.threads)->UseRealTime();
-    if (smoke) b->Iterations(1);
+    if (iterations > 0) b->Iterations(iterations);
 }
 
 }  // namespace
@@ -54,11 +54,11 @@ double targetOf(Kind kind) {
     return 0;
 }
 
-void registerCases(bool smoke, const std::string& traceFile) {
+void registerCases(long iterations, const std::string& traceFile) {
     evtrace::setLevel(kFilteredLevel);
     for (const Case& c : registry()) {
-        tune(benchmark::RegisterBenchmark((c.name + "/library").c_str(), c.library), c, smoke);
-        tune(benchmark::RegisterBenchmark((c.name + "/baseline").c_str(), c.baseline), c, smoke);
+        tune(benchmark::RegisterBenchmark((c.name + "/library").c_str(), c.library), c, iterations);
+        tune(benchmark::RegisterBenchmark((c.name + "/baseline").c_str(), c.baseline), c, iterations);
         if (!c.traced) continue;
         Body body = c.library;
         tune(benchmark::RegisterBenchmark((c.name + "/traced").c_str(),
@@ -66,7 +66,7 @@ void registerCases(bool smoke, const std::string& traceFile) {
                                               TraceOn on(traceFile);
                                               body(state);
                                           }),
-             c, smoke);
+             c, iterations);
     }
 }
 

@@ -34,8 +34,9 @@ void addCase(Case c);
 const std::vector<Case>& cases();
 
 // Registers every added case with Google Benchmark as "<name>/library", "<name>/baseline" and
-// "<name>/traced". `smoke`: each runs exactly one iteration. `traceFile` receives the traced runs' lines.
-void registerCases(bool smoke, const std::string& traceFile);
+// "<name>/traced". `iterations` > 0: each runs exactly that many (1 for the smoke run, a fixed count
+// for bench/icount.sh); else Google Benchmark chooses. `traceFile` receives the traced runs' lines.
+void registerCases(long iterations, const std::string& traceFile);
 
 // The ratio a case must stay under (Read, Write), or the rows per second it must reach (Memory).
 double targetOf(Kind kind);

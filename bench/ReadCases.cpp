@@ -34,8 +34,11 @@ void libraryLookup(benchmark::State& state) {
     info.jobId = seed::kLookupJob;
     info.optionId = 1;
     std::string err;
-    for (auto _ : state)
-        if (!ok(state, library().lookup(info, err, nullptr), err, "lookup")) return;
+    {
+        Counted counted(state);
+        for (auto _ : state)
+            if (!ok(state, library().lookup(info, err, nullptr), err, "lookup")) return;
+    }
     if (info.value != optionValue(1)) failed(state, "lookup found [" + info.value + "]");
 }
 
@@ -43,12 +46,15 @@ void baselineLookup(benchmark::State& state) {
     guarded(state, [&] {
         RawJobOptions& raw = perThread<RawJobOptions>(state);
         std::string value;
-        for (auto _ : state) {
-            RawTran::once(raw.tran.beginRead);
-            raw.proc.bind(1, seed::kLookupJob);
-            if (raw.proc.step()) value = raw.proc.text(2);
-            raw.proc.reset();
-            RawTran::once(raw.tran.commit);
+        {
+            Counted counted(state);
+            for (auto _ : state) {
+                RawTran::once(raw.tran.beginRead);
+                raw.proc.bind(1, seed::kLookupJob);
+                if (raw.proc.step()) value = raw.proc.text(2);
+                raw.proc.reset();
+                RawTran::once(raw.tran.commit);
+            }
         }
         if (value != optionValue(1)) failed(state, "baseline found [" + value + "]");
     });
@@ -61,8 +67,11 @@ void libraryGetOptions(benchmark::State& state, int rows) {
     info.jobId = seed::kSizedJobBase + rows;
     CountingCallback cb;
     std::string err;
-    for (auto _ : state)
-        if (!ok(state, library().getOptions(info, &cb, err, nullptr), err, "getOptions")) return;
+    {
+        Counted counted(state);
+        for (auto _ : state)
+            if (!ok(state, library().getOptions(info, &cb, err, nullptr), err, "getOptions")) return;
+    }
     if (cb.rows != static_cast<size_t>(rows) * static_cast<size_t>(state.iterations()))
         failed(state, "wrong number of options");
 }
@@ -72,16 +81,19 @@ void baselineGetOptions(benchmark::State& state, int rows) {
         RawJobOptions& raw = perThread<RawJobOptions>(state);
         CountingCallback cb;
         OptionCallBack* out = &cb;
-        for (auto _ : state) {
-            RawTran::once(raw.tran.beginRead);
-            raw.proc.bind(1, seed::kSizedJobBase + rows);
-            while (raw.proc.step()) {
-                const long long id = raw.proc.integer(1);
-                if (isFileOptionId(id)) continue;
-                out->option(static_cast<unsigned long long>(id), raw.proc.text(2), raw.proc.int32(0));
+        {
+            Counted counted(state);
+            for (auto _ : state) {
+                RawTran::once(raw.tran.beginRead);
+                raw.proc.bind(1, seed::kSizedJobBase + rows);
+                while (raw.proc.step()) {
+                    const long long id = raw.proc.integer(1);
+                    if (isFileOptionId(id)) continue;
+                    out->option(static_cast<unsigned long long>(id), raw.proc.text(2), raw.proc.int32(0));
+                }
+                raw.proc.reset();
+                RawTran::once(raw.tran.rollback);
             }
-            raw.proc.reset();
-            RawTran::once(raw.tran.rollback);
         }
         if (cb.rows != static_cast<size_t>(rows) * static_cast<size_t>(state.iterations()))
             failed(state, "wrong number of options");
@@ -102,13 +114,16 @@ void libraryDefaults(benchmark::State& state, bool warm) {
     forgetDefaults();
     if (warm && !ok(state, library().getDefaults(&cb, err, nullptr), err, "getDefaults")) return;
     cb.rows = 0;
-    for (auto _ : state) {
-        if (!warm) {
-            state.PauseTiming();
-            forgetDefaults();
-            state.ResumeTiming();
+    {
+        Counted counted(state);
+        for (auto _ : state) {
+            if (!warm) {
+                pause(state);
+                forgetDefaults();
+                resume(state);
+            }
+            if (!ok(state, library().getDefaults(&cb, err, nullptr), err, "getDefaults")) return;
         }
-        if (!ok(state, library().getDefaults(&cb, err, nullptr), err, "getDefaults")) return;
     }
     if (cb.rows != static_cast<size_t>(seed::kDefaults) * static_cast<size_t>(state.iterations()))
         failed(state, "wrong number of defaults");
@@ -146,16 +161,19 @@ void baselineDefaults(benchmark::State& state, bool warm) {
         raw.kept.clear();
         if (warm) raw.load(cb);
         cb.rows = 0;
-        for (auto _ : state) {
-            if (warm) {
-                for (const TaskOption& o : raw.kept)
-                    out->defaultOption(o.getOptionId(), o.getValue(), o.getType());
-                continue;
+        {
+            Counted counted(state);
+            for (auto _ : state) {
+                if (warm) {
+                    for (const TaskOption& o : raw.kept)
+                        out->defaultOption(o.getOptionId(), o.getValue(), o.getType());
+                    continue;
+                }
+                pause(state);
+                raw.kept.clear();
+                resume(state);
+                raw.load(cb);
             }
-            state.PauseTiming();
-            raw.kept.clear();
-            state.ResumeTiming();
-            raw.load(cb);
         }
         if (cb.rows != static_cast<size_t>(seed::kDefaults) * static_cast<size_t>(state.iterations()))
             failed(state, "wrong number of defaults");

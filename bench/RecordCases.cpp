@@ -112,18 +112,21 @@ void libraryReader(benchmark::State& state, Reader r) {
     _TaskInfo info = readerInfo(r);
     TaskInterface& ti = library();
     std::string err;
-    for (auto _ : state) {
-        int rc;
-        if (r == Reader::Task) {
-            rc = ti.getTaskInfo(info, err, nullptr);
-        } else if (r == Reader::Entities) {
-            info.entities.clear();
-            rc = ti.getEntityInfo(info, err, nullptr);
-        } else {
-            info.patterns.clear();
-            rc = ti.getPatternInfo(info, err, nullptr);
+    {
+        Counted counted(state);
+        for (auto _ : state) {
+            int rc;
+            if (r == Reader::Task) {
+                rc = ti.getTaskInfo(info, err, nullptr);
+            } else if (r == Reader::Entities) {
+                info.entities.clear();
+                rc = ti.getEntityInfo(info, err, nullptr);
+            } else {
+                info.patterns.clear();
+                rc = ti.getPatternInfo(info, err, nullptr);
+            }
+            if (!ok(state, rc, err, "reader")) return;
         }
-        if (!ok(state, rc, err, "reader")) return;
     }
     const std::string wrong = check(r, info);
     if (!wrong.empty()) failed(state, wrong);
@@ -133,30 +136,33 @@ void baselineReader(benchmark::State& state, Reader r) {
     guarded(state, [&] {
         RawRecords& raw = perThread<RawRecords>(state);
         _TaskInfo info = readerInfo(r);
-        for (auto _ : state) {
-            if (r == Reader::Task) {
-                rawRead(raw.tran, raw.task, static_cast<int>(info.taskId), [&](const RawStmt& st) {
-                    Sched_Task& t = info.task;
-                    t.taskId = u(st, 0);
-                    t.taskType = u(st, 2);
-                    t.flags = u(st, 3);
-                    t.status = u(st, 4);
-                    t.alertId = u(st, 7);
-                    t.ownerId = u(st, 8);
-                    t.runUserId = u(st, 9);
-                    t.initiatedFrom = u(st, 10);
-                    t.sequenceNumber = std::strtoull(st.text(11).c_str(), nullptr, 10);
-                    t.localeId = u(st, 12);
-                    t.description = st.text(13);
-                });
-            } else if (r == Reader::Entities) {
-                info.entities.clear();
-                rawRead(raw.tran, raw.entities, static_cast<int>(info.taskId),
-                        [&](const RawStmt& st) { info.entities.push_back(toEntity(st)); });
-            } else {
-                info.patterns.clear();
-                rawRead(raw.tran, raw.patterns, static_cast<int>(info.taskId),
-                        [&](const RawStmt& st) { info.patterns.push_back(toPattern(st)); });
+        {
+            Counted counted(state);
+            for (auto _ : state) {
+                if (r == Reader::Task) {
+                    rawRead(raw.tran, raw.task, static_cast<int>(info.taskId), [&](const RawStmt& st) {
+                        Sched_Task& t = info.task;
+                        t.taskId = u(st, 0);
+                        t.taskType = u(st, 2);
+                        t.flags = u(st, 3);
+                        t.status = u(st, 4);
+                        t.alertId = u(st, 7);
+                        t.ownerId = u(st, 8);
+                        t.runUserId = u(st, 9);
+                        t.initiatedFrom = u(st, 10);
+                        t.sequenceNumber = std::strtoull(st.text(11).c_str(), nullptr, 10);
+                        t.localeId = u(st, 12);
+                        t.description = st.text(13);
+                    });
+                } else if (r == Reader::Entities) {
+                    info.entities.clear();
+                    rawRead(raw.tran, raw.entities, static_cast<int>(info.taskId),
+                            [&](const RawStmt& st) { info.entities.push_back(toEntity(st)); });
+                } else {
+                    info.patterns.clear();
+                    rawRead(raw.tran, raw.patterns, static_cast<int>(info.taskId),
+                            [&](const RawStmt& st) { info.patterns.push_back(toPattern(st)); });
+                }
             }
         }
         const std::string wrong = check(r, info);
@@ -221,11 +227,14 @@ void librarySetEntities(benchmark::State& state) {
         info.taskId = seed::kSetEntityTask;
         info.entities = entitySet();
         std::string err;
-        for (auto _ : state) {
-            state.PauseTiming();
-            deleteAddedEntities(maint);
-            state.ResumeTiming();
-            if (!ok(state, library().setEntityInfo(info, err, nullptr), err, "setEntityInfo")) return;
+        {
+            Counted counted(state);
+            for (auto _ : state) {
+                pause(state);
+                deleteAddedEntities(maint);
+                resume(state);
+                if (!ok(state, library().setEntityInfo(info, err, nullptr), err, "setEntityInfo")) return;
+            }
         }
         if (entityRows(maint) != seed::kEntities) failed(state, "wrong number of entities");
     });
@@ -235,11 +244,14 @@ void baselineSetEntities(benchmark::State& state) {
     guarded(state, [&] {
         RawDb& maint = perThread<Maintenance>(state).db;
         RawSetEntities& raw = perThread<RawSetEntities>(state);
-        for (auto _ : state) {
-            state.PauseTiming();
-            deleteAddedEntities(maint);
-            state.ResumeTiming();
-            raw.call(seed::kSetEntityTask, entitySet());
+        {
+            Counted counted(state);
+            for (auto _ : state) {
+                pause(state);
+                deleteAddedEntities(maint);
+                resume(state);
+                raw.call(seed::kSetEntityTask, entitySet());
+            }
         }
         if (entityRows(maint) != seed::kEntities) failed(state, "wrong number of entities");
     });

@@ -10,7 +10,42 @@
 #include "bench/Cases.h"
 #include "bench/Store.h"
 
+#if __has_include(<valgrind/callgrind.h>)
+#include <valgrind/callgrind.h>
+#define TASKDB_BENCH_TOGGLE_COUNT() CALLGRIND_TOGGLE_COLLECT
+#else
+#define TASKDB_BENCH_TOGGLE_COUNT() \
+    do {                            \
+    } while (0)
+#endif
+
 namespace bench {
+
+// Instruction counting for bench/icount.sh (callgrind started with --collect-atstart=no): only the
+// timed work is counted. Without valgrind these cost a few instructions. Single-threaded cases only.
+class Counted {
+  public:
+    explicit Counted(const benchmark::State& state) : m_on(state.threads() == 1) {
+        if (m_on) TASKDB_BENCH_TOGGLE_COUNT();
+    }
+    ~Counted() {
+        if (m_on) TASKDB_BENCH_TOGGLE_COUNT();
+    }
+    Counted(const Counted&) = delete;
+    Counted& operator=(const Counted&) = delete;
+
+  private:
+    bool m_on;
+};
+// Stops, then restarts, the timing and the count around work between timed calls.
+inline void pause(benchmark::State& state) {
+    TASKDB_BENCH_TOGGLE_COUNT();
+    state.PauseTiming();
+}
+inline void resume(benchmark::State& state) {
+    state.ResumeTiming();
+    TASKDB_BENCH_TOGGLE_COUNT();
+}
 
 // The library object every case calls (stateless, so one serves all threads). Created on first use.
 TaskInterface& library();

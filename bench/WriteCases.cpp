@@ -89,13 +89,16 @@ void librarySetOptions(benchmark::State& state, bool fresh) {
         _TaskInfo info = jobInfo(job);
         const std::vector<const TaskOption*> options = batchPointers();
         std::string err;
-        for (auto _ : state) {
-            if (fresh) {
-                state.PauseTiming();
-                deleteJobOptions(maint, job);
-                state.ResumeTiming();
+        {
+            Counted counted(state);
+            for (auto _ : state) {
+                if (fresh) {
+                    pause(state);
+                    deleteJobOptions(maint, job);
+                    resume(state);
+                }
+                if (!ok(state, library().setOptions(info, options, err, nullptr), err, "setOptions")) return;
             }
-            if (!ok(state, library().setOptions(info, options, err, nullptr), err, "setOptions")) return;
         }
         if (optionRows(maint, job) != seed::kBatch) failed(state, "wrong number of option rows");
     });
@@ -108,13 +111,16 @@ void baselineSetOptions(benchmark::State& state, bool fresh) {
         const long long job = fresh ? seed::kSetNewJob : seed::kSetSameJob;
         const _TaskInfo info = jobInfo(job);
         const std::vector<const TaskOption*> options = batchPointers();
-        for (auto _ : state) {
-            if (fresh) {
-                state.PauseTiming();
-                deleteJobOptions(maint, job);
-                state.ResumeTiming();
+        {
+            Counted counted(state);
+            for (auto _ : state) {
+                if (fresh) {
+                    pause(state);
+                    deleteJobOptions(maint, job);
+                    resume(state);
+                }
+                raw.call(info, options);
             }
-            raw.call(info, options);
         }
         if (optionRows(maint, job) != seed::kBatch) failed(state, "wrong number of option rows");
     });
@@ -160,11 +166,15 @@ void libraryRemoveOptions(benchmark::State& state) {
         _TaskInfo info = jobInfo(seed::kRemoveJob);
         const std::vector<unsigned long long> ids = batchIds();
         std::string err;
-        for (auto _ : state) {
-            state.PauseTiming();
-            putJobOptions(maint, seed::kRemoveJob, seed::kBatch);
-            state.ResumeTiming();
-            if (!ok(state, library().removeOptions(info, ids, err, nullptr), err, "removeOptions")) return;
+        {
+            Counted counted(state);
+            for (auto _ : state) {
+                pause(state);
+                putJobOptions(maint, seed::kRemoveJob, seed::kBatch);
+                resume(state);
+                if (!ok(state, library().removeOptions(info, ids, err, nullptr), err, "removeOptions"))
+                    return;
+            }
         }
         if (optionRows(maint, seed::kRemoveJob) != 0) failed(state, "options left behind");
     });
@@ -175,11 +185,14 @@ void baselineRemoveOptions(benchmark::State& state) {
         RawDb& maint = perThread<Maintenance>(state).db;
         RawRemoveOptions& raw = perThread<RawRemoveOptions>(state);
         const std::vector<unsigned long long> ids = batchIds();
-        for (auto _ : state) {
-            state.PauseTiming();
-            putJobOptions(maint, seed::kRemoveJob, seed::kBatch);
-            state.ResumeTiming();
-            raw.call(seed::kRemoveJob, ids);
+        {
+            Counted counted(state);
+            for (auto _ : state) {
+                pause(state);
+                putJobOptions(maint, seed::kRemoveJob, seed::kBatch);
+                resume(state);
+                raw.call(seed::kRemoveJob, ids);
+            }
         }
         if (optionRows(maint, seed::kRemoveJob) != 0) failed(state, "options left behind");
     });

@@ -3,9 +3,11 @@
 //
 //   taskdb_bench                 every case, Google Benchmark's output, then the tables
 //   taskdb_bench --smoke         every case once, one line per run; exit 1 when any run failed
+//   taskdb_bench --iterations=N  every run exactly N calls (for counting instructions: bench/icount.sh)
 //   taskdb_bench --benchmark_filter=getOptions ...   any Google Benchmark flag
 //
 // Exit status: 0; 1 when a run failed (smoke) or a target was missed (full run, with --strict).
+#include <cstdlib>
 #include <cstring>
 #include <iostream>
 #include <vector>
@@ -16,10 +18,13 @@
 
 int main(int argc, char** argv) {
     bool smoke = false, strict = false;
+    long iterations = 0;
     std::vector<char*> args;
     for (int i = 0; i < argc; ++i) {
         if (std::strcmp(argv[i], "--smoke") == 0)
             smoke = true;
+        else if (std::strncmp(argv[i], "--iterations=", 13) == 0)
+            iterations = std::atol(argv[i] + 13);
         else if (std::strcmp(argv[i], "--strict") == 0)
             strict = true;
         else
@@ -33,7 +38,7 @@ int main(int argc, char** argv) {
     bench::addReadCases();
     bench::addWriteCases();
     bench::addRecordCases();
-    bench::registerCases(smoke, store.dir + "/trace.log");
+    bench::registerCases(smoke ? 1 : iterations, store.dir + "/trace.log");
 
     bench::TableReporter reporter(smoke);
     const size_t ran = benchmark::RunSpecifiedBenchmarks(&reporter);
