@@ -37,6 +37,10 @@ class Statement {
     virtual bool columnIsNull(int col) = 0;
     virtual long long columnInt64(int col) = 0;
     virtual void columnText(int col, std::string& out) = 0;
+    // A column in one call, as fetches read them: false for NULL, else true with the value in `out`.
+    // The defaults ask columnIsNull and then for the value.
+    virtual bool readInt64(int col, long long& out);
+    virtual bool readText(int col, std::string& out);
     // Rows changed by a statement that has run to completion.
     virtual long long changes() = 0;
     // Gives the statement back to its connection (kept for reuse or destroyed).

@@ -90,6 +90,10 @@ struct DBtable::Impl {
     std::string selectText() const;
     // The column names of the raw record (or the column list text when there is no record).
     std::string columnNames() const;
+    // The identity column's position among the record's columns (-1: none), kept per description.
+    int identityPosition();
+    int identityAt = -1;
+    int identityGeneration = -1;
     // Reads the positioned row into the raw record and the indicator array, and notes its identity.
     void fillRecord(dbl::Statement& st);
     // The where-clause of a row update: the positioned row's identity, else the table's where-clause.

@@ -49,48 +49,62 @@ std::string literal(const void* record, const DBcolumn& c) {
 
 }  // namespace
 
+int DBtable::Impl::identityPosition() {
+    if (identityGeneration != generation) {
+        identityGeneration = generation;
+        identityAt = -1;
+        for (int i = 0; i < columnCount && !identityColumn.empty(); ++i)
+            if (identityColumn == columns[i].name) identityAt = i;
+    }
+    return identityAt;
+}
+
 void DBtable::Impl::fillRecord(dbl::Statement& st) {
     hasRowIdentity = false;
     if (!record) return;
     const int available = st.columnCount();
+    const int identity = identityPosition();
     std::string text;
     for (int i = 0; i < columnCount; ++i) {
         const DBcolumn& c = columns[i];
-        if (!identityColumn.empty() && identityColumn == c.name && i < available && !st.columnIsNull(i)) {
-            rowIdentity = st.columnInt64(i);
-            hasRowIdentity = true;
-        }
         char* p = field(record, c);
-        const bool null = i >= available || st.columnIsNull(i);
+        const bool present = i < available;
         long long indicator = -1;
         switch (c.letter) {
             case 'i':
-                *reinterpret_cast<int*>(p) = null ? 0 : static_cast<int>(st.columnInt64(i));
-                if (!null) indicator = sizeof(int);
-                break;
             case 'b':
-            case 'x':
-                *reinterpret_cast<long long*>(p) = null ? 0 : st.columnInt64(i);
-                if (!null) indicator = sizeof(long long);
+            case 'x': {
+                long long v = 0;
+                const bool value = present && st.readInt64(i, v);
+                if (c.letter == 'i') {
+                    *reinterpret_cast<int*>(p) = static_cast<int>(v);
+                    if (value) indicator = sizeof(int);
+                } else {
+                    *reinterpret_cast<long long*>(p) = v;
+                    if (value) indicator = sizeof(long long);
+                }
+                if (value && i == identity) {
+                    rowIdentity = v;
+                    hasRowIdentity = true;
+                }
                 break;
+            }
             case 't': {
                 auto* d = reinterpret_cast<DB_DATETIME*>(p);
-                if (null) {
+                if (!present || !st.readText(i, text)) {
                     d->clear();
                     break;
                 }
-                st.columnText(i, text);
                 if (!DBparseDate(text, *d)) d->clear();
                 indicator = static_cast<long long>(text.size());
                 break;
             }
             case 's':
             case 'u': {
-                if (null)
-                    text.clear();
+                if (present && st.readText(i, text))
+                    indicator = static_cast<long long>(text.size());
                 else
-                    st.columnText(i, text);
-                if (!null) indicator = static_cast<long long>(text.size());
+                    text.clear();
                 if (c.letter == 's' && c.width > 0) {
                     size_t n = text.size() < static_cast<size_t>(c.width) - 1
                                    ? text.size()
@@ -108,6 +122,15 @@ void DBtable::Impl::fillRecord(dbl::Statement& st) {
             }
             default:
                 break;
+        }
+        // An identity kept in a column of another kind is still read as a number.
+        if (i == identity && !hasRowIdentity && c.letter != 'i' && c.letter != 'b' && c.letter != 'x' &&
+            present) {
+            long long v = 0;
+            if (st.readInt64(i, v)) {
+                rowIdentity = v;
+                hasRowIdentity = true;
+            }
         }
         if (indicators) indicators[i] = indicator;
     }

@@ -1,4 +1,5 @@
-// Statement templates: one number per distinct text for the life of the process.
+// Statement templates: one number per distinct text for the life of the process; and the defaults of
+// the backend interface's optional members.
 #include <mutex>
 #include <unordered_map>
 
@@ -8,6 +9,18 @@ namespace dbl {
 
 StatementPtr Connection::prepareTemplate(int, const std::string&, Error&) {
     return nullptr;
+}
+
+bool Statement::readInt64(int col, long long& out) {
+    if (columnIsNull(col)) return false;
+    out = columnInt64(col);
+    return true;
+}
+
+bool Statement::readText(int col, std::string& out) {
+    if (columnIsNull(col)) return false;
+    columnText(col, out);
+    return true;
 }
 
 int templateId(const std::string& sql) {

@@ -195,6 +195,26 @@ void SqliteStatement::columnText(int col, std::string& out) {
         out.clear();
 }
 
+// One look-up of the column's value serves both the NULL test and the read. The value object is
+// "unprotected", which is safe here: a statement and its connection are used by one thread at a time.
+bool SqliteStatement::readInt64(int col, long long& out) {
+    sqlite3_value* v = sqlite3_column_value(m_stmt, col);
+    if (sqlite3_value_type(v) == SQLITE_NULL) return false;
+    out = sqlite3_value_int64(v);
+    return true;
+}
+
+bool SqliteStatement::readText(int col, std::string& out) {
+    sqlite3_value* v = sqlite3_column_value(m_stmt, col);
+    if (sqlite3_value_type(v) == SQLITE_NULL) return false;
+    const unsigned char* p = sqlite3_value_text(v);
+    if (p)
+        out.assign(reinterpret_cast<const char*>(p), static_cast<size_t>(sqlite3_value_bytes(v)));
+    else
+        out.clear();
+    return true;
+}
+
 void SqliteStatement::release() {
     if (m_template >= 0)
         m_core->recycleTemplate(m_template, m_stmt);

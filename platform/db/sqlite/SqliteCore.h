@@ -75,6 +75,8 @@ class SqliteStatement : public Statement {
     bool columnIsNull(int col) override;
     long long columnInt64(int col) override;
     void columnText(int col, std::string& out) override;
+    bool readInt64(int col, long long& out) override;
+    bool readText(int col, std::string& out) override;
     long long changes() override { return m_changes; }
     void release() override;
 
