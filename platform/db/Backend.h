@@ -95,8 +95,9 @@ class Connection {
 
 // The number of a statement template's text, the same for the same text for the life of the process
 // (0, 1, 2, ... in order of first use), so that connections can index their prepared templates by it.
+// `kept` (when not null) receives the process's own copy of the text, valid for the process's life.
 // Thread-safe.
-int templateId(const std::string& sql);
+int templateId(const std::string& sql, const std::string** kept = nullptr);
 
 // Opens a connection to `url` ("sqlite:PATH" or "odbc:CONNECTION-STRING"); null with err set on failure.
 // The first connection to each store in a process also checks the store's recorded schema version and

@@ -69,7 +69,8 @@ class KO_PLATFORM_API DBtable {
     // The identity column: its name, its index and its field in the raw record (null: none).
     void setIdentity(const char* column, int index, int* field);
     void setOrderBy(const char* columns);
-    // The raw record that fetches fill and inserts and updates read; not owned.
+    // The raw record that fetches fill and inserts and updates read; not owned. `columns` is static
+    // data: with the names set here it identifies the binding's statements for the life of the thread.
     void setRecord(void* record, const DBcolumn* columns, int count);
     // An array of one long long per column: -1 for a NULL value, else the value's length.
     void setExtIndicatorArray(void* indicators);

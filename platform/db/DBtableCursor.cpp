@@ -41,7 +41,7 @@ int DBtable::openCursor() {
             const dbtable::Template& t = m.templateFor(dbtable::kSelect);
             if (EvDebug::enabled(10))
                 EvDebug::DebugLvl(10, kTrace, "open [%s]: %s", m.name.c_str(), m.selectText().c_str());
-            m.stmt = conn->prepareTemplate(t.id, t.sql, e);
+            m.stmt = conn->prepareTemplate(t.id, *t.sql, e);
             if (m.stmt) {
                 m.where.params(params);
                 dbl::bindParams(*m.stmt, params);

@@ -16,10 +16,10 @@ namespace dbtable {
 enum Form { kSelect, kDelete, kInsert, kUpdateById, kUpdateByWhere, kUpdateAll };
 struct Template {
     Form form;
-    const void* shape;  // the where-clause's template, for the forms that have one
-    int generation;     // of the description it was built from
-    int id;             // dbl::templateId of `sql`
-    std::string sql;
+    const void* shape;       // the where-clause's template, for the forms that have one
+    int generation;          // of the description it was built from
+    int id;                  // dbl::templateId of `sql`
+    const std::string* sql;  // the process's copy of the text
 };
 }  // namespace dbtable
 

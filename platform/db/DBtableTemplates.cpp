@@ -16,12 +16,35 @@ bool usesWhere(dbtable::Form form) {
     return form == dbtable::kSelect || form == dbtable::kDelete || form == dbtable::kUpdateByWhere;
 }
 
+// The templates this thread has built, so that the next binding of the same table and form finds its
+// text and number without building and interning the text again. Entries are never removed (their
+// number is bounded by the bindings and formats of the program); past the bound texts are built anew.
+struct Known {
+    const DBcolumn* columns;
+    int columnCount;
+    dbtable::Form form;
+    const void* shape;
+    std::string name, columnList, orderBy, identityColumn;
+    int id;
+    const std::string* sql;
+};
+constexpr size_t kMaxKnown = 1024;
+thread_local std::vector<Known> t_known;
+
 }  // namespace
 
 const dbtable::Template& DBtable::Impl::templateFor(Form form) {
     const void* shape = usesWhere(form) ? where.shape() : nullptr;
     for (const Template& t : templates)
         if (t.form == form && t.shape == shape && t.generation == generation) return t;
+    for (const Known& k : t_known) {
+        if (k.columns == columns && k.form == form && k.shape == shape && k.columnCount == columnCount &&
+            k.name == name && k.columnList == columnList && k.orderBy == orderBy &&
+            k.identityColumn == identityColumn) {
+            templates.push_back({form, shape, generation, k.id, k.sql});
+            return templates.back();
+        }
+    }
 
     std::string sql;
     const std::string whereClause = where.empty() ? std::string() : " WHERE " + where.templateText();
@@ -54,8 +77,12 @@ const dbtable::Template& DBtable::Impl::templateFor(Form form) {
         else if (form == dbtable::kUpdateByWhere)
             sql += whereClause;
     }
-    const int id = dbl::templateId(sql);
-    templates.push_back({form, shape, generation, id, std::move(sql)});
+    const std::string* kept = nullptr;
+    const int id = dbl::templateId(sql, &kept);
+    if (t_known.size() < kMaxKnown)
+        t_known.push_back(
+            {columns, columnCount, form, shape, name, columnList, orderBy, identityColumn, id, kept});
+    templates.push_back({form, shape, generation, id, kept});
     return templates.back();
 }
 

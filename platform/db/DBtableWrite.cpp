@@ -35,7 +35,7 @@ int runWrite(DBtran* tran, const dbtable::Template* t, const std::vector<dbl::Pa
     {
         dbl::StatementPtr st;
         if (t) {
-            st = conn->prepareTemplate(t->id, t->sql, e);
+            st = conn->prepareTemplate(t->id, *t->sql, e);
             if (st) dbl::bindParams(*st, values);
         }
         if (!st && e.code == 0) {

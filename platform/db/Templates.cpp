@@ -23,15 +23,15 @@ bool Statement::readText(int col, std::string& out) {
     return true;
 }
 
-int templateId(const std::string& sql) {
+int templateId(const std::string& sql, const std::string** kept) {
     static std::mutex mu;
-    static auto* ids = new std::unordered_map<std::string, int>;  // read while other statics go away
+    // Never freed or erased: the texts are handed out for the process's life.
+    static auto* ids = new std::unordered_map<std::string, int>;
     std::lock_guard<std::mutex> lock(mu);
     auto it = ids->find(sql);
-    if (it != ids->end()) return it->second;
-    const int id = static_cast<int>(ids->size());
-    ids->emplace(sql, id);
-    return id;
+    if (it == ids->end()) it = ids->emplace(sql, static_cast<int>(ids->size())).first;
+    if (kept) *kept = &it->first;
+    return it->second;
 }
 
 }  // namespace dbl
