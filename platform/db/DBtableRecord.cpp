@@ -53,7 +53,11 @@ int DBtable::Impl::identityPosition() {
     if (identityGeneration != generation) {
         identityGeneration = generation;
         identityAt = -1;
-        for (int i = 0; i < columnCount && !identityColumn.empty(); ++i)
+        // The index the binding gives is the column's position; a scan covers any other index.
+        if (identityIndex >= 0 && identityIndex < columnCount &&
+            identityColumn == columns[identityIndex].name)
+            identityAt = identityIndex;
+        for (int i = 0; i < columnCount && identityAt < 0 && !identityColumn.empty(); ++i)
             if (identityColumn == columns[i].name) identityAt = i;
     }
     return identityAt;
