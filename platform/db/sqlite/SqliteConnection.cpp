@@ -24,15 +24,15 @@ class SqliteConnection : public Connection {
     // Writers take the write lock at BEGIN, so that they queue on the busy timeout instead of failing
     // later when a read transaction would have to be upgraded.
     int begin(bool write, Error& err) override {
-        return m_core->run(write ? "BEGIN IMMEDIATE" : "BEGIN DEFERRED", err);
+        return m_core->control(write ? SqliteCore::kBeginWrite : SqliteCore::kBeginRead, err);
     }
 
-    int commit(Error& err) override { return m_core->run("COMMIT", err); }
+    int commit(Error& err) override { return m_core->control(SqliteCore::kCommit, err); }
 
     int rollback(Error& err) override {
         // SQLite may have rolled back by itself after certain errors.
         if (sqlite3_get_autocommit(m_core->db())) return 0;
-        return m_core->run("ROLLBACK", err);
+        return m_core->control(SqliteCore::kRollback, err);
     }
 
     StatementPtr prepare(const std::string& sql, std::vector<Param>& params, Error& err) override {

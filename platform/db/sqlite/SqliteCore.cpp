@@ -32,6 +32,7 @@ SqliteCore::~SqliteCore() {
         for (sqlite3_stmt* s : entry.second) sqlite3_finalize(s);
     for (auto& idle : m_templates)
         for (sqlite3_stmt* s : idle) sqlite3_finalize(s);
+    for (sqlite3_stmt* s : m_control) sqlite3_finalize(s);
     sqlite3_close_v2(m_db);
 }
 
@@ -132,6 +133,24 @@ int SqliteCore::run(const char* sql, Error& err) {
     while ((rc = st->step(err)) == 0) {
     }
     return rc == 100 ? 0 : rc;
+}
+
+int SqliteCore::control(Control which, Error& err) {
+    static const char* const kText[kControlCount] = {"BEGIN DEFERRED", "BEGIN IMMEDIATE", "COMMIT",
+                                                     "ROLLBACK"};
+    sqlite3_stmt*& s = m_control[which];
+    if (!s) {
+        int rc = check(sqlite3_prepare_v3(m_db, kText[which], -1, SQLITE_PREPARE_PERSISTENT, &s, nullptr),
+                       "prepare", err);
+        if (rc != SQLITE_OK) {
+            sqlite3_finalize(s);
+            s = nullptr;
+            return rc;
+        }
+    }
+    int rc = check(sqlite3_step(s), "step", err);
+    sqlite3_reset(s);  // repeats an error that check() already reported
+    return rc == SQLITE_DONE || rc == SQLITE_ROW ? 0 : rc;
 }
 
 // ---- statements

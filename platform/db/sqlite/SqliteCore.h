@@ -49,6 +49,9 @@ class SqliteCore : public std::enable_shared_from_this<SqliteCore> {
     void recycleTemplate(int id, sqlite3_stmt* stmt);
     // Runs one statement without parameters or result rows (BEGIN, COMMIT, ...), cached by its text.
     int run(const char* sql, Error& err);
+    // The transaction statements, each kept prepared on its own and run without any look-up.
+    enum Control { kBeginRead, kBeginWrite, kCommit, kRollback, kControlCount };
+    int control(Control which, Error& err);
 
   private:
     sqlite3* m_db;
@@ -57,6 +60,7 @@ class SqliteCore : public std::enable_shared_from_this<SqliteCore> {
     std::unordered_map<std::string, std::vector<sqlite3_stmt*>> m_idle;
     size_t m_idleCount = 0;
     std::vector<std::vector<sqlite3_stmt*>> m_templates;  // by template id
+    sqlite3_stmt* m_control[kControlCount] = {};
 };
 
 class SqliteStatement : public Statement {
