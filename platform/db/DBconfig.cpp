@@ -28,6 +28,16 @@ std::string url() {
     return "sqlite:taskdb.sqlite";
 }
 
+bool urlIs(const std::string& candidate) {
+    {
+        std::lock_guard<std::mutex> lock(mu());
+        if (!overrideUrl().empty()) return overrideUrl() == candidate;
+    }
+    const char* env = std::getenv("TASKDB_URL");
+    if (env && *env) return candidate == env;
+    return candidate == "sqlite:taskdb.sqlite";
+}
+
 void setUrl(const std::string& u) {
     {
         std::lock_guard<std::mutex> lock(mu());

@@ -17,3 +17,8 @@ void poolCloseIdle();
 void forgetCheckedStores();
 
 }  // namespace dbl
+
+namespace dbconfig {
+// Whether `url` is the URL in force (what url() would return), without copying it.
+bool urlIs(const std::string& url);
+}  // namespace dbconfig
