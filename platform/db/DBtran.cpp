@@ -4,6 +4,8 @@
 
 #include <algorithm>
 
+#include <boost/container/small_vector.hpp>
+
 #include "platform/db/Backend.h"
 #include "platform/db/DBerrors.h"
 #include "platform/db/DBfault.h"
@@ -14,12 +16,13 @@ struct DBtran::Impl {
     bool active = false;
     bool started = false;  // the store's BEGIN was sent
     int hint = 0;
-    std::vector<DBtable*> objects;
-    std::vector<DBtable*> cursors;
+    // Room for the bindings and cursors of a usual operation without allocating.
+    boost::container::small_vector<DBtable*, 4> objects;
+    boost::container::small_vector<DBtable*, 4> cursors;
 
     // Open cursors give their statements back before the connection changes hands.
     void closeCursors() {
-        std::vector<DBtable*> open;
+        boost::container::small_vector<DBtable*, 4> open;
         open.swap(cursors);
         for (DBtable* t : open) t->releaseStatement();
     }

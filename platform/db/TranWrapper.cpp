@@ -3,13 +3,16 @@
 #include "platform/db/DBtran.h"
 #include "platform/trace/EvDebug.h"
 
-TranWrapper::TranWrapper(DBtran* callers, const std::string& name) : m_callers(callers), m_name(name) {}
+TranWrapper::TranWrapper(DBtran* callers, const std::string& name)
+    : m_callers(callers), m_nameCopy(name), m_name(m_nameCopy.c_str()) {}
+
+TranWrapper::TranWrapper(DBtran* callers, const char* name) : m_callers(callers), m_name(name ? name : "") {}
 
 TranWrapper::~TranWrapper() {
     if (m_own && m_own->active()) {
-        EvDebug::DebugLvl(5, m_name.c_str(), "Rolling back the transaction that was not committed");
+        EvDebug::DebugLvl(5, m_name, "Rolling back the transaction that was not committed");
         std::string err;
-        if (m_own->rollback(&err) != 0) EvDebug::Debug(m_name.c_str(), "Rollback failed: [%s]", err.c_str());
+        if (m_own->rollback(&err) != 0) EvDebug::Debug(m_name, "Rollback failed: [%s]", err.c_str());
     }
 }
 
@@ -21,13 +24,13 @@ int TranWrapper::ensureTran(std::string* err) {
         m_tran = m_callers;
         return 0;
     }
-    m_own.reset(new DBtran);
+    m_own.emplace();
     m_own->setHint(m_hint);
     if (int rc = m_own->begin(err)) {
         m_own.reset();
         return rc;
     }
-    m_tran = m_own.get();
+    m_tran = &*m_own;
     return 0;
 }
 

@@ -7,16 +7,17 @@
 // rolled back when the wrapper goes away, so a failed operation leaves nothing half-written.
 // setHint() applies to an own transaction only; a caller's transaction keeps its own mode.
 // A wrapper belongs to one operation on one thread.
-#include <memory>
+#include <optional>
 #include <string>
 
 #include "platform/PlatformExport.h"
-
-class DBtran;
+#include "platform/db/DBtran.h"
 
 class KO_PLATFORM_API TranWrapper {
   public:
     TranWrapper(DBtran* callers, const std::string& name);
+    // `name` is kept as a pointer (no copy): a trace name literal, which outlives the wrapper.
+    TranWrapper(DBtran* callers, const char* name);
     ~TranWrapper();
     TranWrapper(const TranWrapper&) = delete;
     TranWrapper& operator=(const TranWrapper&) = delete;
@@ -29,12 +30,13 @@ class KO_PLATFORM_API TranWrapper {
 
     DBtran* get() const { return m_tran; }
     operator DBtran*() const { return m_tran; }
-    bool ownsTran() const { return m_own != nullptr; }
+    bool ownsTran() const { return m_own.has_value(); }
 
   private:
     DBtran* m_callers;
-    std::unique_ptr<DBtran> m_own;
+    std::optional<DBtran> m_own;  // in place: no allocation per operation
     DBtran* m_tran = nullptr;
-    std::string m_name;
+    std::string m_nameCopy;
+    const char* m_name;
     int m_hint = 0;
 };
