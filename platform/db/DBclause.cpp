@@ -238,4 +238,15 @@ void Clause::params(std::vector<Param>& out) const {
     }
 }
 
+int Clause::bind(Statement& st, int first) const {
+    int index = first;
+    for (const Value& v : m_values) {
+        if (v.kind == 's')
+            st.bindText(index++, v.chars);
+        else
+            st.bindInt64(index++, v.kind == 'd' ? v.number : static_cast<long long>(v.u));
+    }
+    return index;
+}
+
 }  // namespace dbl

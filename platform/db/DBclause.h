@@ -44,6 +44,8 @@ class Clause {
     const FormatShape* shape() const { return m_shape; }
     // Appends the values of the markers, in order. Requires templated().
     void params(std::vector<Param>& out) const;
+    // Binds them to markers `first` on; returns the next free marker. Requires templated().
+    int bind(Statement& st, int first) const;
 
   private:
     struct Value {

@@ -42,10 +42,7 @@ int DBtable::openCursor() {
             if (EvDebug::enabled(10))
                 EvDebug::DebugLvl(10, kTrace, "open [%s]: %s", m.name.c_str(), m.selectText().c_str());
             m.stmt = conn->prepareTemplate(t.id, *t.sql, e);
-            if (m.stmt) {
-                m.where.params(params);
-                dbl::bindParams(*m.stmt, params);
-            }
+            if (m.stmt) m.where.bind(*m.stmt, 1);
         }
         if (!m.stmt && e.code == 0) {
             std::string sql;

@@ -83,8 +83,9 @@ struct DBtable::Impl {
     std::vector<Template> templates;
     // The template of `form` on the current description and where-clause (which must be templated).
     const Template& templateFor(Form form);
-    // The values of every column but the identity, from the raw record, as the templates bind them.
-    void recordParams(std::vector<dbl::Param>& out) const;
+    // Binds every column but the identity, from the raw record, to markers `first` on; returns the next
+    // free marker.
+    int bindRecord(dbl::Statement& st, int first) const;
 
     // The statement text of a table select, with the where-clause and order.
     std::string selectText() const;

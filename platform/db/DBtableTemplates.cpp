@@ -88,45 +88,45 @@ const dbtable::Template& DBtable::Impl::templateFor(Form form) {
 
 // The same values that the literal form of the record gives the translation, so both reach the
 // database alike: numbers, texts (s<n> up to its terminator), dates as their text or NULL.
-void DBtable::Impl::recordParams(std::vector<dbl::Param>& out) const {
+int DBtable::Impl::bindRecord(dbl::Statement& st, int first) const {
+    int index = first;
+    std::string text;
     for (int i = 0; i < columnCount; ++i) {
         const DBcolumn& c = columns[i];
         if (!identityColumn.empty() && identityColumn == c.name) continue;
         const char* p = field(record, c);
-        dbl::Param param;
         switch (c.letter) {
             case 'i':
-                param.type = dbl::Param::kInt;
-                param.i = *reinterpret_cast<const int*>(p);
+                st.bindInt64(index, *reinterpret_cast<const int*>(p));
                 break;
             case 'b':
             case 'x':
-                param.type = dbl::Param::kInt;
-                param.i = *reinterpret_cast<const long long*>(p);
+                st.bindInt64(index, *reinterpret_cast<const long long*>(p));
                 break;
-            case 't': {
-                std::string date = DBodbcDate(*reinterpret_cast<const DB_DATETIME*>(p));
-                if (!date.empty()) {
-                    param.type = dbl::Param::kText;
-                    param.s = std::move(date);
-                }
-                break;
-            }
-            case 's':
-                param.type = dbl::Param::kText;
-                if (c.width > 0)
-                    param.s.assign(p, strnlen(p, static_cast<size_t>(c.width)));
+            case 't':
+                text = DBodbcDate(*reinterpret_cast<const DB_DATETIME*>(p));
+                if (text.empty())
+                    st.bindNull(index);
                 else
-                    param.s.assign(
+                    st.bindText(index, text);
+                break;
+            case 's':
+                if (c.width > 0)
+                    text.assign(p, strnlen(p, static_cast<size_t>(c.width)));
+                else
+                    text.assign(
                         reinterpret_cast<const std::string*>(p)->c_str());  // up to a NUL, as the text is
+                st.bindText(index, text);
                 break;
             case 'u':
-                param.type = dbl::Param::kText;
-                param.s.assign(reinterpret_cast<const std::string*>(p)->c_str());
+                text.assign(reinterpret_cast<const std::string*>(p)->c_str());
+                st.bindText(index, text);
                 break;
             default:
+                st.bindNull(index);
                 break;
         }
-        out.push_back(std::move(param));
+        ++index;
     }
+    return index;
 }

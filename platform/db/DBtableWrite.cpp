@@ -11,13 +11,14 @@ namespace {
 
 constexpr const char* kTrace = "DBtable";
 
-// Runs one write statement: the template `t` with `values` when the backend keeps templates, else
-// the full text that `literal()` makes. `rows` receives the rows changed, `identity` (when not null)
-// the identity the statement gave. 0 or the failure's code with its text in `e`.
-template <class Literal>
-int runWrite(DBtran* tran, const dbtable::Template* t, const std::vector<dbl::Param>& values,
-             Literal&& literal, long long& rows, const std::string& table, const std::string& identityColumn,
-             long long* identity, dbl::Error& e) {
+// Runs one write statement: the template `t` with the values that `bind(statement)` binds when the
+// backend keeps templates, else the full text that `literal()` makes. `rows` receives the rows
+// changed, `identity` (when not null) the identity the statement gave. 0 or the failure's code with
+// its text in `e`.
+template <class Bind, class Literal>
+int runWrite(DBtran* tran, const dbtable::Template* t, Bind&& bind, Literal&& literal, long long& rows,
+             const std::string& table, const std::string& identityColumn, long long* identity,
+             dbl::Error& e) {
     std::unique_ptr<dbl::Connection> own;
     dbl::Connection* conn = nullptr;
     if (tran) {
@@ -36,7 +37,7 @@ int runWrite(DBtran* tran, const dbtable::Template* t, const std::vector<dbl::Pa
         dbl::StatementPtr st;
         if (t) {
             st = conn->prepareTemplate(t->id, *t->sql, e);
-            if (st) dbl::bindParams(*st, values);
+            if (st) bind(*st);
         }
         if (!st && e.code == 0) {
             std::vector<dbl::Param> params;
@@ -75,24 +76,20 @@ int DBtable::rowUpdate(const std::string& setClause) {
     };
     // A set clause of the caller's is text; the record's own columns go as a template.
     const dbtable::Template* t = nullptr;
-    std::vector<dbl::Param> values;
-    if (setClause.empty() && m.record && (byId || m.where.templated())) {
+    if (setClause.empty() && m.record && (byId || m.where.templated()))
         t = &m.templateFor(byId              ? dbtable::kUpdateById
                            : m.where.empty() ? dbtable::kUpdateAll
                                              : dbtable::kUpdateByWhere);
-        m.recordParams(values);
-        if (byId) {
-            dbl::Param id;
-            id.type = dbl::Param::kInt;
-            id.i = m.rowIdentity;
-            values.push_back(id);
-        } else {
-            m.where.params(values);
-        }
-    }
+    auto bind = [&](dbl::Statement& st) {
+        const int next = m.bindRecord(st, 1);
+        if (byId)
+            st.bindInt64(next, m.rowIdentity);
+        else
+            m.where.bind(st, next);
+    };
     dbl::Error e;
     m.rowsAffected = 0;
-    if (int rc = runWrite(m.tran, t, values, literal, m.rowsAffected, m.name, m.identityColumn, nullptr, e))
+    if (int rc = runWrite(m.tran, t, bind, literal, m.rowsAffected, m.name, m.identityColumn, nullptr, e))
         return m.fail(rc, e.text);
     return m.rowsAffected ? 0 : m.fail(DB_NO_DATA, "No data");
 }
@@ -105,13 +102,12 @@ int DBtable::rowInsert(bool returnIdentity) {
         return m.fail(DB_ERR_NO_STATEMENT, "no record to insert into [" + m.name + "]");
     long long identity = 0;
     const bool wantIdentity = returnIdentity && m.identityField && !m.identityColumn.empty();
-    std::vector<dbl::Param> values;
-    m.recordParams(values);
     dbl::Error e;
     m.rowsAffected = 0;
     if (int rc = runWrite(
-            m.tran, &m.templateFor(dbtable::kInsert), values, [&] { return m.insertText(); }, m.rowsAffected,
-            m.name, m.identityColumn, wantIdentity ? &identity : nullptr, e))
+            m.tran, &m.templateFor(dbtable::kInsert), [&](dbl::Statement& st) { m.bindRecord(st, 1); },
+            [&] { return m.insertText(); }, m.rowsAffected, m.name, m.identityColumn,
+            wantIdentity ? &identity : nullptr, e))
         return m.fail(rc, e.text);
     if (wantIdentity) *m.identityField = static_cast<int>(identity);
     return 0;
@@ -126,15 +122,12 @@ int DBtable::rowDelete() {
         if (!m.where.empty()) sql += " WHERE " + m.where.text();
         return sql;
     };
-    const dbtable::Template* t = nullptr;
-    std::vector<dbl::Param> values;
-    if (m.where.templated()) {
-        t = &m.templateFor(dbtable::kDelete);
-        m.where.params(values);
-    }
+    const dbtable::Template* t = m.where.templated() ? &m.templateFor(dbtable::kDelete) : nullptr;
     dbl::Error e;
     m.rowsAffected = 0;
-    if (int rc = runWrite(m.tran, t, values, literal, m.rowsAffected, m.name, m.identityColumn, nullptr, e))
+    if (int rc = runWrite(
+            m.tran, t, [&](dbl::Statement& st) { m.where.bind(st, 1); }, literal, m.rowsAffected, m.name,
+            m.identityColumn, nullptr, e))
         return m.fail(rc, e.text);
     return m.rowsAffected ? 0 : m.fail(DB_NO_DATA, "No data");
 }
@@ -142,9 +135,8 @@ int DBtable::rowDelete() {
 int DBexecute(DBtran* tran, const std::string& sql, std::string* err) {
     dbl::Error e;
     long long rows = 0;
-    const std::vector<dbl::Param> none;
     int rc = runWrite(
-        tran, nullptr, none, [&] { return sql; }, rows, "", "", nullptr, e);
+        tran, nullptr, [](dbl::Statement&) {}, [&] { return sql; }, rows, "", "", nullptr, e);
     if (rc != 0 && err) *err = e.text;
     return rc;
 }
