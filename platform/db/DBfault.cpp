@@ -1,5 +1,5 @@
-// Fault injection: counting is lock-free so that the layer pays one atomic increment per step when
-// nothing is armed; arming and the armed test take a mutex.
+// Fault injection: counting is lock-free and starts with the first arm or disarm, so that a process
+// that never injects faults pays one plain load per step; arming and the armed test take a mutex.
 #include "platform/db/DBfault.h"
 
 #include <atomic>
@@ -12,6 +12,9 @@ constexpr int kSteps = 8;
 
 struct State {
     std::atomic<int> counts[kSteps] = {};
+    // Steps are counted once a test has armed or disarmed a fault: a production process never
+    // does, and pays one plain load per step instead of an atomic increment.
+    std::atomic<bool> counting{false};
     std::atomic<bool> armed{false};
     std::mutex mu;
     Step step = Step::Begin;
@@ -60,6 +63,7 @@ void arm(Step step, int nth, int code, const std::string& text) {
     s.nth = nth;
     s.code = code;
     s.text = text;
+    s.counting.store(true);
     s.armed.store(true);
 }
 
@@ -67,6 +71,7 @@ void disarm() {
     State& s = state();
     std::lock_guard<std::mutex> lock(s.mu);
     s.armed.store(false);
+    s.counting.store(true);
     resetCounts(s);
 }
 
@@ -76,6 +81,7 @@ int calls(Step step) {
 
 bool hit(Step step, int& code, std::string& text) {
     State& s = state();
+    if (!s.counting.load(std::memory_order_relaxed)) return false;
     int n = ++s.counts[static_cast<int>(step)];
     if (!s.armed.load()) return false;
     std::lock_guard<std::mutex> lock(s.mu);

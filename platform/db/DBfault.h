@@ -13,7 +13,7 @@ KO_PLATFORM_API const char* stepName(Step step);
 // Arms one fault: the `nth` (1-based) call of `step` from now returns `code` with `text` as its error.
 KO_PLATFORM_API void arm(Step step, int nth, int code, const std::string& text);
 KO_PLATFORM_API void disarm();
-// Calls of `step` seen since the last arm or disarm.
+// Calls of `step` seen since the last arm or disarm (0 before the first of them).
 KO_PLATFORM_API int calls(Step step);
 
 // Called by the database layer before each step: true (and code and text set) when this call fails.
