@@ -145,16 +145,16 @@ void appendEscaped(std::string& out, const std::string& text) {
 }  // namespace
 
 void Clause::set(const char* format, va_list args) {
-    m_values.clear();
     m_shape = nullptr;
     m_text.clear();
     m_textReady = true;
-    if (!format) return;
-    const FormatShape* shape = shapeOf(format);
+    const FormatShape* shape = format ? shapeOf(format) : nullptr;
     if (!shape || !shape->templated) {
-        m_text = DBvformat(format, args);
+        m_values.clear();
+        if (format) m_text = DBvformat(format, args);
         return;
     }
+    // Resized, not cleared: the values' texts keep their room from the last call.
     va_list ap;
     va_copy(ap, args);
     bool bindable = true;

@@ -84,14 +84,15 @@ int DBtable::fetchCursor(bool next) {
         m.fillRecord(*m.stmt);
         return 0;
     }
-    dbl::Error e;
+    dbl::Error stepped;
+    const dbl::Error* e = &stepped;
     int rc;
     if (m.readAhead) {
         m.readAhead = false;
         rc = m.readAheadCode;
-        e = m.readAheadError;
+        e = &m.readAheadError;
     } else {
-        rc = m.stmt->step(e);
+        rc = m.stmt->step(stepped);
     }
     m.hasRow = rc == 0;
     if (rc == 0) {
@@ -99,7 +100,7 @@ int DBtable::fetchCursor(bool next) {
         return 0;
     }
     if (rc == DB_NO_DATA) return m.fail(DB_NO_DATA, "No data");
-    return m.fail(rc, e.text);
+    return m.fail(rc, e->text);
 }
 
 int DBtable::closeCursor() {
