@@ -1,0 +1,161 @@
+// Several processes on one store at once, on every backend: four processes each run 500 rounds of
+// setOptions, removeOptions and lookup on jobs of their own while reading the other processes' jobs
+// and the shared defaults. Every round's result is checked as it happens, and the store must end
+// with exactly the rows the rounds leave: nothing lost, nothing doubled.
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "platform/db/DBconfig.h"
+#include "support/TestStore.h"
+
+extern char** environ;
+
+namespace {
+
+constexpr int kProcesses = 4;
+constexpr int kRounds = 500;
+constexpr int kJobsPerProcess = 5;
+constexpr int kOptions = 7;
+
+long long jobOf(int process, int round) {
+    return 100000LL * (process + 1) + round % kJobsPerProcess;
+}
+
+std::string defaultOf(int option) {
+    return "d" + std::to_string(option);
+}
+
+// What the rounds of one process do, so that the worker and the final check agree. Per round: set
+// one option (some values carry a quote), remove another every third round.
+struct Round {
+    long long job;
+    unsigned long long setId;
+    std::string value;
+    unsigned long long removeId;  // 0: none
+};
+
+Round roundOf(int process, int round) {
+    Round r;
+    r.job = jobOf(process, round);
+    r.setId = 1 + round % kOptions;
+    r.value = "p" + std::to_string(process) + "-r" + std::to_string(round) + (round % 4 == 0 ? "'q" : "");
+    r.removeId = round % 3 == 2 ? 1 + (round * 5) % kOptions : 0;
+    return r;
+}
+
+using Model = std::map<long long, std::map<unsigned long long, std::string>>;  // job -> option -> value
+
+void applyRound(Model& model, const Round& r) {
+    model[r.job][r.setId] = r.value;
+    if (r.removeId) model[r.job].erase(r.removeId);
+}
+
+// One worker process: `process`'s rounds on the store at `url`; any failed check fails the run.
+void runRounds(const std::string& url, int process) {
+    dbconfig::setUrl(url);
+    std::unique_ptr<TaskInterface> ti(getTaskInterface(1));
+    ASSERT_NE(ti, nullptr);
+    Model model;
+    for (int round = 0; round < kRounds; ++round) {
+        const Round r = roundOf(process, round);
+        applyRound(model, r);
+        std::string err;
+        _TaskInfo info;
+        info.jobId = r.job;
+        const TaskOption option(r.setId, r.value, 1);
+        ASSERT_EQ(ti->setOptions(info, {&option}, err, nullptr), 0) << "round " << round << ": " << err;
+        if (r.removeId) {
+            ASSERT_EQ(ti->removeOptions(info, std::vector<unsigned long long>{r.removeId}, err, nullptr), 0)
+                << "round " << round << ": " << err;
+        }
+        // lookup answers with the job's first option (lowest id), or the default when it has none.
+        _TaskInfo own;
+        own.jobId = r.job;
+        own.optionId = r.setId;
+        ASSERT_EQ(ti->lookup(own, err, nullptr), 0) << "round " << round << ": " << err;
+        const auto& options = model[r.job];
+        ASSERT_EQ(own.value, options.empty() ? defaultOf(static_cast<int>(r.setId)) : options.begin()->second)
+            << "round " << round;
+
+        _TaskInfo other;
+        other.jobId = jobOf((process + 1 + round) % kProcesses, round);
+        other.optionId = 1;
+        ASSERT_EQ(ti->lookup(other, err, nullptr), 0) << "round " << round << ": " << err;
+        std::string value;
+        const unsigned long long shared = 1 + round % kOptions;
+        ASSERT_EQ(ti->getDefaultOption(shared, value, err, nullptr), 0) << "round " << round << ": " << err;
+        ASSERT_EQ(value, defaultOf(static_cast<int>(shared)));
+    }
+}
+
+pid_t spawnWorker(const std::string& url, int process) {
+    std::vector<std::string> env;
+    for (char** e = environ; *e; ++e) env.emplace_back(*e);
+    env.push_back("TASKDB_MP_URL=" + url);
+    env.push_back("TASKDB_MP_PROCESS=" + std::to_string(process));
+    std::vector<char*> envp;
+    for (auto& e : env) envp.push_back(&e[0]);
+    envp.push_back(nullptr);
+    std::string exe = "/proc/self/exe", filter = "--gtest_filter=MultiProcessWorker.DISABLED_Rounds",
+                disabled = "--gtest_also_run_disabled_tests", brief = "--gtest_brief=1";
+    char* argv[] = {&exe[0], &filter[0], &disabled[0], &brief[0], nullptr};
+    pid_t pid = -1;
+    if (posix_spawn(&pid, "/proc/self/exe", nullptr, nullptr, argv, envp.data()) != 0) return -1;
+    return pid;
+}
+
+}  // namespace
+
+// Run only as a worker of the test below (it starts this program again with this test selected).
+TEST(MultiProcessWorker, DISABLED_Rounds) {
+    const char* url = std::getenv("TASKDB_MP_URL");
+    const char* process = std::getenv("TASKDB_MP_PROCESS");
+    if (!url || !process) GTEST_SKIP() << "started only by MultiProcessTest";
+    runRounds(url, std::atoi(process));
+}
+
+class MultiProcessTest : public StoreTest {};
+
+TEST_P(MultiProcessTest, FourProcessesOfFiveHundredRoundsLeaveExactlyTheirRows) {
+    for (int option = 1; option <= kOptions; ++option)
+        exec(
+            "INSERT INTO TM_StaticTaskOption (optionId, xpath, defVal, bitVal, flagType, type, isList) "
+            "VALUES (" +
+            std::to_string(option) + ", N'', N'" + defaultOf(option) + "', 0, 0, 2, 0)");
+
+    std::vector<pid_t> workers;
+    for (int p = 0; p < kProcesses; ++p) {
+        pid_t pid = spawnWorker(url, p);
+        ASSERT_GT(pid, 0) << "starting worker " << p;
+        workers.push_back(pid);
+    }
+    for (size_t p = 0; p < workers.size(); ++p) {
+        int status = 0;
+        ASSERT_EQ(waitpid(workers[p], &status, 0), workers[p]);
+        EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << "worker " << p << " status " << status;
+    }
+
+    Model model;
+    for (int p = 0; p < kProcesses; ++p)
+        for (int round = 0; round < kRounds; ++round) applyRound(model, roundOf(p, round));
+    long long expectedRows = 0;
+    for (const auto& job : model) {
+        expectedRows += static_cast<long long>(job.second.size());
+        for (const auto& option : job.second) {
+            const std::string where = " FROM TM_JobOptions WHERE jobId = " + std::to_string(job.first) +
+                                      " AND optionId = " + std::to_string(option.first);
+            EXPECT_EQ(scalar("SELECT COUNT(*)" + where), 1) << where;
+            EXPECT_EQ(text("SELECT value" + where), option.second) << where;
+        }
+    }
+    EXPECT_EQ(scalar("SELECT COUNT(*) FROM TM_JobOptions"), expectedRows);
+    EXPECT_EQ(scalar("SELECT COUNT(*) FROM TM_StaticTaskOption"), kOptions);
+}
+
+TASKDB_STORE_SUITE(MultiProcessTest);
