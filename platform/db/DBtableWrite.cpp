@@ -5,11 +5,8 @@
 #include "platform/db/DBexecute.h"
 #include "platform/db/DBtableImpl.h"
 #include "platform/db/DBtran.h"
-#include "platform/trace/EvDebug.h"
 
 namespace {
-
-constexpr const char* kTrace = "DBtable";
 
 // Runs one write statement; `rows` receives the rows changed, `identity` (when not null) the
 // identity the statement gave. 0 or the failure's code with its text in `e`.
@@ -26,7 +23,6 @@ int runWrite(DBtran* tran, const std::string& sql, long long& rows, const std::s
         if (!own) return e.code ? e.code : DB_ERR_NOT_ACTIVE;
         conn = own.get();
     }
-    EvDebug::DebugLvl(10, kTrace, "write [%s]: %s", table.c_str(), sql.c_str());
     int rc;
     {
         std::vector<dbl::Param> params;

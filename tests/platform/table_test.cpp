@@ -204,3 +204,18 @@ TEST_F(TableTest, UpdateOnAFetchedRowRewritesThatRowOnly) {
     EXPECT_EQ(text("SELECT name || '|' || note FROM Widget WHERE id = " + std::to_string(b)), "b|second");
     EXPECT_EQ(scalar("SELECT SUM(stamp) FROM Widget"), 4);
 }
+
+TEST_F(TableTest, ASecondStatementInOneCallIsRefusedNotIgnored) {
+    addWidget(1, "a");
+    Widget w(nullptr);
+    w.setWhereText("big = 1; DELETE FROM Widget");
+    int rc = w.openCursor();
+    EXPECT_NE(rc, 0);
+    EXPECT_NE(w.getErrorStr(rc).find("more than one statement"), std::string::npos) << w.getErrorStr(rc);
+    EXPECT_NE(w.rowUpdate("big = 2"), 0);
+    EXPECT_EQ(scalar("SELECT big FROM Widget"), 1);
+    // A trailing semicolon or comment is not a second statement.
+    w.setWhereText("big = 1; -- the only one");
+    EXPECT_EQ(getOneRow(&w, false, -1, 0), 0);
+    EXPECT_STREQ(w.rec.name, "a");
+}

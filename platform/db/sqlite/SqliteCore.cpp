@@ -1,5 +1,6 @@
 #include "platform/db/sqlite/SqliteCore.h"
 
+#include "platform/db/SqlTokens.h"
 #include "platform/trace/EvDebug.h"
 
 namespace dbl {
@@ -23,6 +24,17 @@ bool fatal(int rc) {
             return false;
     }
 }
+// True when what follows a statement is only blanks, semicolons and comments.
+bool onlyFiller(const char* tail) {
+    if (!tail) return true;
+    std::vector<Token> tokens;
+    std::string err;
+    if (!tokenize(tail, tokens, err)) return false;
+    for (const Token& t : tokens)
+        if (significant(t) && t.kind != Token::Semicolon) return false;
+    return true;
+}
+
 }  // namespace
 
 SqliteCore::~SqliteCore() {
@@ -54,8 +66,9 @@ StatementPtr SqliteCore::statement(const std::string& key, const std::string& sq
         return StatementPtr(new SqliteStatement(shared_from_this(), s, key));
     }
     sqlite3_stmt* s = nullptr;
+    const char* tail = nullptr;
     int rc = check(sqlite3_prepare_v3(m_db, sql.c_str(), static_cast<int>(sql.size()),
-                                      SQLITE_PREPARE_PERSISTENT, &s, nullptr),
+                                      SQLITE_PREPARE_PERSISTENT, &s, &tail),
                    "prepare", err);
     if (rc != SQLITE_OK) {
         sqlite3_finalize(s);
@@ -64,6 +77,13 @@ StatementPtr SqliteCore::statement(const std::string& key, const std::string& sq
     }
     if (!s) {  // only blanks or comments
         err.set(SQLITE_MISUSE, "empty statement");
+        return nullptr;
+    }
+    if (!onlyFiller(tail)) {
+        // SQLite would quietly ignore the rest; a second statement is never run from here.
+        sqlite3_finalize(s);
+        err.set(SQLITE_ERROR, "more than one statement in one call: [" + std::string(tail) + "]");
+        EvDebug::DebugLvl(3, kTrace, "prepare refused: %s", err.text.c_str());
         return nullptr;
     }
     return StatementPtr(new SqliteStatement(shared_from_this(), s, key));
