@@ -32,7 +32,7 @@ int TaskInterfaceDB::getFiles(_TaskInfo& info, FileCallBack* cb, std::string& er
         frame::dbError(kName, proc, err);
         return rc;
     }
-    while ((rc = proc.fetchCursor(true, &err)) == 0) {
+    while ((rc = proc.fetchCursor(true, nullptr)) == 0) {
         const TM_GetAllFileOptions_t* row = proc.getDataPtr();
         const std::string value = FXString::ToString(row->o_value);
         if (cb) cb->file(row->o_optionId, value, row->o_type);

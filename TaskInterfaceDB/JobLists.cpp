@@ -1,4 +1,10 @@
 // Job-id lookups: the jobs started from a task, and the job request of a job.
+//
+// All operations here: 0 on success and when nothing matched (outputs then keep their values);
+// otherwise the failing step's code with the database text in `err`, which success never touches.
+// The caller owns the record, the lists and the transaction it passes. Any number of threads may call
+// at once: each call has its own trace event, transaction wrapper and cursor (a caller's transaction
+// must not be shared between concurrent calls).
 #include "Db/Proc/TM_GetJobListFromTaskId.h"
 #include "Db/Tbl/TM_Jobs.h"
 #include "TaskInterfaceDB/Frame.h"

@@ -22,7 +22,7 @@ int findJobOption(const char* name, JobOptionsTable& table, const std::string& v
         frame::dbError(name, table, err);
         return rc;
     }
-    rc = table.fetchCursor(true, &err);
+    rc = table.fetchCursor(true, nullptr);
     if (rc == 0)
         found = FXString::ToString(table.getDataPtr()->value) == value ? Stored::Same : Stored::Different;
     else if (rc != DB_NO_DATA)
@@ -57,7 +57,7 @@ int JobOptionAdder::add(unsigned long long optionId, int type, const std::string
     row->subTaskId = static_cast<int>(m_info.subTaskId);
     row->created = created;
     row->modified = 0;
-    int rc = m_options.rowInsert(true, &err);
+    int rc = m_options.rowInsert(true, nullptr);
     if (rc != 0) frame::dbError(m_name, m_options, err);
     return rc;
 }
@@ -78,7 +78,7 @@ int removeJobOptionRows(const char* name, RemovalKind kind, const _TaskInfo& inf
             table.setWhere(KO_REMOVE_JOB_OPTION_CLAUSE "AND optionId = %lld", job, job, job, job, id);
         else
             table.setWhere(KO_REMOVE_JOB_OPTION_CLAUSE "AND (optionId = %lld)", job, job, job, job, id);
-        rc = table.rowDelete(&err);
+        rc = table.rowDelete(nullptr);
         // Nothing left to delete is not a failure.
         if (rc != 0 && rc != DB_NO_DATA) frame::dbError(name, table, err);
         rc = table.closeCursor(&err);

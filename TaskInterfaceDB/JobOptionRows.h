@@ -21,6 +21,7 @@ enum class Stored { Missing, Different, Same };
 // tells whether a row exists and whether its value equals `value`. 0 on success (also when nothing
 // was found or the fetch failed: a fetch failure is reported in `err` and the trace and counts as
 // Missing); otherwise the open's or the close's code, which the caller returns at once.
+// Uses `table` only: safe on any thread that owns the call.
 int findJobOption(const char* name, JobOptionsTable& table, const std::string& value, Stored& found,
                   std::string& err);
 

@@ -29,7 +29,7 @@ int jobOptions(const char* name, DBtran* tran, const _TaskInfo& info, OptionCall
         frame::dbError(name, proc, err);
         return rc;
     }
-    while ((rc = proc.fetchCursor(true, &err)) == 0) {
+    while ((rc = proc.fetchCursor(true, nullptr)) == 0) {
         const TM_GetAllJobOptions_t* row = proc.getDataPtr();
         if (isFileOptionId(row->o_optionId)) continue;
         if (cb) cb->option(row->o_optionId, FXString::ToString(row->o_value), row->o_type);
@@ -55,7 +55,7 @@ int subTaskOptions(const char* name, DBtran* tran, const _TaskInfo& info, Option
         frame::dbError(name, table, err);
         return rc;
     }
-    while ((rc = table.fetchCursor(true, &err)) == 0) {
+    while ((rc = table.fetchCursor(true, nullptr)) == 0) {
         const TM_SubTaskOptions_t* row = table.getDataPtr();
         if (cb) cb->option(row->optionId, FXString::ToString(row->value), row->type);
     }
@@ -83,7 +83,7 @@ int TaskInterfaceDB::lookup(_TaskInfo& info, std::string& err, void* tran) {
         return rc;
     }
     // Only the first row is read and its option id is not compared: callers rely on this answer.
-    rc = proc.fetchCursor(true, &err);
+    rc = proc.fetchCursor(true, nullptr);
     if (rc == 0) {
         info.value = FXString::ToString(proc.getDataPtr()->o_value);
         EvDebug::DebugLvl(info.jobId, 5, kName, "For optionId[%lld] found value [%s]", optionId,
@@ -121,7 +121,7 @@ int TaskInterfaceDB::getDefaultOption(unsigned long long optionId, std::string& 
         frame::dbError(kName, table, err);
         return rc;
     }
-    rc = table.fetchCursor(true, &err);
+    rc = table.fetchCursor(true, nullptr);
     if (rc == 0) {
         value = FXString::ToString(table.getDataPtr()->defVal);
         EvDebug::DebugLvl(5, kName, "For optionId[%lld] found value [%s]", id, value.c_str());

@@ -1,4 +1,10 @@
 // The schedule patterns of a client's tasks or of one task.
+//
+// All operations here: 0 on success and when nothing matched (outputs then keep their values);
+// otherwise the failing step's code with the database text in `err`, which success never touches.
+// The caller owns the record, the lists and the transaction it passes. Any number of threads may call
+// at once: each call has its own trace event, transaction wrapper and cursor (a caller's transaction
+// must not be shared between concurrent calls).
 #include "Db/Tbl/TM_Pattern.h"
 #include "TaskInterfaceDB/RecordFrame.h"
 #include "TaskInterfaceDB/TaskInterfaceDB.h"
@@ -40,11 +46,11 @@ Sched_Pattern toPattern(const TM_Pattern_t& row) {
 int TaskInterfaceDB::getPatternInfo(_TaskInfo& info, std::string& err, void* tran) {
     const char* name = "TaskInterfaceDB::getPatternInfo";
     const Sched_AssocEntity entity = info.entities[0];
-    EvDebug::DebugLvl(5, name, "Called with clientId[%d], taskId[%lu]", static_cast<int>(entity.clientId),
-                      static_cast<unsigned long>(entity.taskId));
     return records::readTable<TM_Pattern, TM_Pattern_t>(
         name, tran, err, true,
         [&](auto& table) {
+            EvDebug::DebugLvl(5, name, "Called with clientId[%d], taskId[%lu]",
+                              static_cast<int>(entity.clientId), static_cast<unsigned long>(entity.taskId));
             if (static_cast<int>(entity.clientId) >= 1) {
                 table.setWhere(
                     "patternId IN ( SELECT patternId FROM TM_PatternAssoc WHERE subTaskId IN (\t\t\t\tSELECT "

@@ -1,5 +1,11 @@
 // Whole-option readers: the XML options of a job, subtask or task, the bit-option word and the
 // extended option string. Each reads through its own transaction wrapper with the read hint.
+//
+// All operations here: 0 on success and when nothing matched (outputs then keep their values);
+// otherwise the failing step's code with the database text in `err`, which success never touches.
+// The caller owns the record, the lists and the transaction it passes. Any number of threads may call
+// at once: each call has its own trace event, transaction wrapper and cursor (a caller's transaction
+// must not be shared between concurrent calls).
 #include "Db/Proc/TM_GetBitwiseOption.h"
 #include "Db/Proc/TM_GetExtendedOptionString.h"
 #include "Db/Proc/TM_GetXMLJobOptions.h"

@@ -1,5 +1,11 @@
 // Writers of the task, subtask and entity records. They never insert a task or a subtask, and a
 // missing row is not an error. They set no transaction hint: they may write.
+//
+// All operations here: 0 on success and when nothing matched (outputs then keep their values);
+// otherwise the failing step's code with the database text in `err`, which success never touches.
+// The caller owns the record, the lists and the transaction it passes. Any number of threads may call
+// at once: each call has its own trace event, transaction wrapper and cursor (a caller's transaction
+// must not be shared between concurrent calls).
 #include <cstring>
 #include <ctime>
 #include <vector>
@@ -21,9 +27,9 @@ void copyBounded(char (&field)[N], const std::string& text) {
     field[n] = '\0';
 }
 
-// Finds the one row that `where` selects and, when there is one, lets `change` edit the raw record and
-// writes the whole row back. An update failure is traced and left in `err`; the close's code replaces
-// it, so the rest of the work is still committed (the frame's rule).
+// Finds the row that `where` selects first and, when there is one, lets `change(record)` edit the raw
+// record and writes that row back whole. An update failure is traced and left in `err`; the close's
+// code replaces it, so the rest of the work is still committed (the frame's rule).
 template <class X, class X_t, class Where, class Change>
 int rewriteOne(const char* name, void* tran, std::string& err, Where&& where, Change&& change) {
     EvEvent event(name);

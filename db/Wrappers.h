@@ -92,14 +92,21 @@ class CursorWrapper {
                 EvDebug::Debug(m_caller, "Fetch Cursor on [%s] %s failed. QueryParams [%s]. Error [%s]",
                                m_table->getTableName(), m_kind, m_queryParams.c_str(), m_errorString.c_str());
             if (error) *error = m_errorString;
-            closeCursor(error);
+            // A failed close here is kept for the caller's own closeCursor, which reports it.
+            m_closeFailure = closeCursor(error);
         }
         return r;
     }
 
-    // 0 when nothing is open; else the close's result, a failure's text in *error.
+    // The close's result, a failure's text in *error. When nothing is open: 0, or the failure of the
+    // close that an ending fetch made (reported once).
     int closeCursor(std::string* error) {
-        if (!m_isOpen) return 0;
+        if (!m_isOpen) {
+            int r = m_closeFailure;
+            m_closeFailure = 0;
+            if (r != 0 && error) *error = m_errorString;
+            return r;
+        }
         int r = m_table->closeCursor();
         if (r != 0) {
             m_errorString = m_table->getErrorStr(r);
@@ -152,6 +159,7 @@ class CursorWrapper {
     std::string m_queryParams;
     const char* m_kind;
     std::string m_errorString;
+    int m_closeFailure = 0;  // a close failed inside fetchCursor, not yet reported by closeCursor
 
   private:
     void xmlFailed(int r, std::string* error) {

@@ -9,10 +9,8 @@
 #include "platform/db/PoolInternal.h"
 #include "platform/db/sqlite/Sqlite.h"
 
-// The ODBC backend announces itself with its header; without it (or with TASKDB_WITH_ODBC off) an
-// odbc: URL is refused with a clear text. A compile-time test rather than a weak symbol: a weak
-// reference would not pull the backend out of the static platform library that tests link.
-#if defined(TASKDB_WITH_ODBC) && __has_include("platform/db/odbc/OdbcConnect.h")
+// Without the ODBC backend (TASKDB_WITH_ODBC off) an odbc: URL is refused with a clear text.
+#if defined(TASKDB_WITH_ODBC)
 #include "platform/db/odbc/OdbcConnect.h"
 #define TASKDB_HAVE_ODBC_BACKEND 1
 #endif

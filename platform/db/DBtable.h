@@ -12,8 +12,10 @@
 //
 // Statement shapes (in the library's SQL Server dialect; the backend translates):
 //   table open:   SELECT <column list> FROM <name> [WHERE <where>] [ORDER BY <order-by>]
-//   rowUpdate:    UPDATE <name> SET <set clause> [WHERE <where>]; with an empty set clause every
-//                 column but the identity is written from the raw record
+//   rowUpdate:    UPDATE <name> SET <set clause> WHERE <identity> = <the row's identity> while the
+//                 cursor is positioned on a fetched row of a table with an identity column, else
+//                 [WHERE <where>]; with an empty set clause every column but the identity is
+//                 written from the raw record
 //   rowInsert:    INSERT INTO <name> (<every column but the identity>) VALUES (raw record); the new
 //                 identity value is written back into the record
 //   rowDelete:    DELETE FROM <name> [WHERE <where>]

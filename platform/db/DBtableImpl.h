@@ -31,7 +31,9 @@ struct DBtable::Impl {
     dbl::StatementPtr stmt;
     std::unique_ptr<dbl::Connection> ownConn;  // autocommit cursor of a table without transaction
     bool open = false;
-    bool hasRow = false;     // the statement is positioned on a row
+    bool hasRow = false;          // the statement is positioned on a row
+    bool hasRowIdentity = false;  // the row's identity value was read (tables with an identity)
+    long long rowIdentity = 0;
     bool readAhead = false;  // open has stepped once; `readAheadCode` is the next fetch's result
     int readAheadCode = 0;
     dbl::Error readAheadError;
@@ -65,8 +67,10 @@ struct DBtable::Impl {
     std::string selectText() const;
     // The column names of the raw record (or the column list text when there is no record).
     std::string columnNames() const;
-    // Reads the positioned row into the raw record and the indicator array.
+    // Reads the positioned row into the raw record and the indicator array, and notes its identity.
     void fillRecord(dbl::Statement& st);
+    // The where-clause of a row update: the positioned row's identity, else the table's where-clause.
+    std::string updateWhere() const;
     // "INSERT INTO ..." and the set clause of an update, with the record's values as literals.
     std::string insertText() const;
     std::string setClauseFromRecord() const;

@@ -50,11 +50,16 @@ std::string literal(const void* record, const DBcolumn& c) {
 }  // namespace
 
 void DBtable::Impl::fillRecord(dbl::Statement& st) {
+    hasRowIdentity = false;
     if (!record) return;
     const int available = st.columnCount();
     std::string text;
     for (int i = 0; i < columnCount; ++i) {
         const DBcolumn& c = columns[i];
+        if (!identityColumn.empty() && identityColumn == c.name && i < available && !st.columnIsNull(i)) {
+            rowIdentity = st.columnInt64(i);
+            hasRowIdentity = true;
+        }
         char* p = field(record, c);
         const bool null = i >= available || st.columnIsNull(i);
         long long indicator = -1;
@@ -106,6 +111,11 @@ void DBtable::Impl::fillRecord(dbl::Statement& st) {
         }
         if (indicators) indicators[i] = indicator;
     }
+}
+
+std::string DBtable::Impl::updateWhere() const {
+    if (open && hasRow && hasRowIdentity) return identityColumn + " = " + std::to_string(rowIdentity);
+    return where;
 }
 
 std::string DBtable::Impl::insertText() const {

@@ -55,7 +55,8 @@ int DBtable::rowUpdate(const std::string& setClause) {
     if (m.faulted(dbfault::Step::Update, code)) return code;
     std::string sql =
         "UPDATE " + m.name + " SET " + (setClause.empty() ? m.setClauseFromRecord() : setClause);
-    if (!m.where.empty()) sql += " WHERE " + m.where;
+    const std::string where = m.updateWhere();
+    if (!where.empty()) sql += " WHERE " + where;
     dbl::Error e;
     m.rowsAffected = 0;
     if (int rc = runWrite(m.tran, sql, m.rowsAffected, m.name, m.identityColumn, nullptr, e))

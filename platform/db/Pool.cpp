@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <mutex>
 #include <unordered_map>
+#include <unordered_set>
 #include <utility>
 #include <vector>
 
@@ -23,6 +24,7 @@ struct Pool {
     pid_t pid = getpid();
     std::vector<std::pair<std::string, std::unique_ptr<Connection>>> idle;
     std::unordered_map<const Connection*, std::string> lent;  // URL of every connection handed out
+    std::unordered_set<const Connection*> inherited;          // lent by the parent before fork()
 };
 
 // Never destroyed: connections may be given back while other statics are being destroyed.
@@ -39,6 +41,7 @@ void forgetInheritedLocked(Pool& p) {
     if (p.pid == getpid()) return;
     for (auto& entry : p.idle) entry.second.release();
     p.idle.clear();
+    for (const auto& entry : p.lent) p.inherited.insert(entry.first);
     p.lent.clear();
     p.pid = getpid();
 }
@@ -71,8 +74,10 @@ void giveBack(std::unique_ptr<Connection> conn) {
     std::unique_ptr<Connection> doomed;  // closed outside the lock
     Pool& p = pool();
     std::lock_guard<std::mutex> lock(p.mu);
-    if (p.pid != getpid()) {
-        forgetInheritedLocked(p);
+    forgetInheritedLocked(p);
+    if (p.inherited.erase(conn.get())) {
+        conn.release();  // the parent's handle: closing it here could disturb the parent's locks
+        return;
     }
     auto it = p.lent.find(conn.get());
     if (it == p.lent.end() || conn->broken() || it->second != dbconfig::url() || p.idle.size() >= kMaxIdle) {

@@ -92,7 +92,15 @@ TEST_P(OptionsConcurrency, ConcurrentFirstCallsLoadDefaultsOnce) {
     for (int id = 1; id <= 20; ++id) jobOption(77, id, 1, "v" + std::to_string(id));
     evtrace::Capture cap;
     constexpr int kThreads = 8;
-    std::vector<Recorder> defaults(kThreads), options(kThreads);
+    // The first delivery of each thread lingers, so that every thread arrives while the load runs.
+    struct Lingering : Recorder {
+        void defaultOption(unsigned long long id, std::string value, int type) override {
+            if (got.empty()) std::this_thread::sleep_for(std::chrono::milliseconds(20));
+            Recorder::defaultOption(id, value, type);
+        }
+    };
+    std::vector<Lingering> defaults(kThreads);
+    std::vector<Recorder> options(kThreads);
     std::vector<int> codes(kThreads * 2, -1);
     std::atomic<int> ready{0};
     std::vector<std::thread> threads;

@@ -12,19 +12,15 @@ const dbfault::Step kSteps[] = {dbfault::Step::Begin,  dbfault::Step::Open,   db
                                 dbfault::Step::Close,  dbfault::Step::Insert, dbfault::Step::Update,
                                 dbfault::Step::Delete, dbfault::Step::Commit};
 
+using Run = std::function<int(TaskInterface&, _TaskInfo&, std::string&)>;
 struct Op {
     const char* name;
     bool writes;
-    std::function<int(TaskInterface&, std::string&)> run;
+    long long jobId;
+    int type;
+    unsigned long long optionId;
+    Run run;
 };
-
-_TaskInfo job(long long jobId, int type = 0, unsigned long long optionId = 0) {
-    _TaskInfo info;
-    info.jobId = jobId;
-    info.type = type;
-    info.optionId = optionId;
-    return info;
-}
 }  // namespace
 
 class OptionFaults : public OptionStoreTest {
@@ -46,68 +42,50 @@ TEST_P(OptionFaults, EachFailingStepIsReportedAndCommitsNothingWhenTheCallFails)
     exec(
         "INSERT INTO TM_SubTaskOptions (subTaskId, optionId, type, value) VALUES (11, 1, 1, N'a'), (11, 2, "
         "1, N'b')");
-    const TaskOption newValue(1, "new", 1), added(3, "added", 1);
+    const TaskOption changed(1, "new", 1), added(3, "added", 1);
     const TaskFile single(20, "C:\\new", 150002), other(21, "/n", 150005);
     Recorder sink;
     const std::vector<Op> ops{
-        {"lookup", false,
-         [](TaskInterface& t, std::string& e) {
-             auto i = job(42, 0, 1);
-             return t.lookup(i, e, nullptr);
+        {"lookup", false, 42, 0, 1, [](auto& t, auto& i, auto& e) { return t.lookup(i, e, nullptr); }},
+        {"lookup default", false, 99, 0, 7,
+         [](auto& t, auto& i, auto& e) { return t.lookup(i, e, nullptr); }},
+        {"getOptions job", false, 42, 0, 0,
+         [&](auto& t, auto& i, auto& e) { return t.getOptions(i, &sink, e, nullptr); }},
+        {"getOptions subtask", false, 11, 1, 0,
+         [&](auto& t, auto& i, auto& e) { return t.getOptions(i, &sink, e, nullptr); }},
+        {"getDefaults", false, 0, 0, 0,
+         [&](auto& t, auto&, auto& e) { return t.getDefaults(&sink, e, nullptr); }},
+        {"getFiles", false, 42, 0, 0,
+         [&](auto& t, auto& i, auto& e) { return t.getFiles(i, &sink, e, nullptr); }},
+        {"setOptions", true, 42, 0, 0,
+         [&](auto& t, auto& i, auto& e) {
+             return t.setOptions(i, {&changed, &added}, e, nullptr);
          }},
-        {"lookup default", false,
-         [](TaskInterface& t, std::string& e) {
-             auto i = job(99, 0, 7);
-             return t.lookup(i, e, nullptr);
-         }},
-        {"getDefaultOption", false,
-         [](TaskInterface& t, std::string& e) {
-             std::string v;
-             return t.getDefaultOption(7, v, e, nullptr);
-         }},
-        {"getOptions job", false,
-         [&](TaskInterface& t, std::string& e) {
-             auto i = job(42);
-             return t.getOptions(i, &sink, e, nullptr);
-         }},
-        {"getOptions subtask", false,
-         [&](TaskInterface& t, std::string& e) {
-             auto i = job(11, 1);
-             return t.getOptions(i, &sink, e, nullptr);
-         }},
-        {"getDefaults", false,
-         [&](TaskInterface& t, std::string& e) { return t.getDefaults(&sink, e, nullptr); }},
-        {"getFiles", false,
-         [&](TaskInterface& t, std::string& e) {
-             auto i = job(42);
-             return t.getFiles(i, &sink, e, nullptr);
-         }},
-        {"setOptions", true,
-         [&](TaskInterface& t, std::string& e) {
-             auto i = job(42);
-             return t.setOptions(i, {&newValue, &added}, e, nullptr);
-         }},
-        {"removeOptions", true,
-         [](TaskInterface& t, std::string& e) {
-             auto i = job(42);
+        {"removeOptions", true, 42, 0, 0,
+         [](auto& t, auto& i, auto& e) {
              return t.removeOptions(i, std::vector<unsigned long long>{1, 2}, e, nullptr);
          }},
-        {"setFiles", true,
-         [&](TaskInterface& t, std::string& e) {
-             auto i = job(42);
+        {"setFiles", true, 42, 0, 0,
+         [&](auto& t, auto& i, auto& e) {
              return t.setFiles(i, {&single, &other}, e, nullptr);
          }},
-        {"removeFiles", true,
-         [](TaskInterface& t, std::string& e) {
-             auto i = job(42, 0, 20);
+        {"removeFiles", true, 42, 0, 20,
+         [](auto& t, auto& i, auto& e) {
              return t.removeFiles(i, std::vector<std::string>{"a", "b"}, e, nullptr);
          }},
+    };
+    auto run = [&](const Op& op, std::string& err) {
+        _TaskInfo info;
+        info.jobId = op.jobId;
+        info.type = op.type;
+        info.optionId = op.optionId;
+        return op.run(*ti, info, err);
     };
     for (const Op& op : ops) {
         reseed();
         dbfault::disarm();
         std::string err;
-        ASSERT_EQ(op.run(*ti, err), 0) << op.name;
+        ASSERT_EQ(run(op, err), 0) << op.name;
         int seen[8];
         for (dbfault::Step s : kSteps) seen[static_cast<int>(s)] = dbfault::calls(s);
         EXPECT_GT(seen[static_cast<int>(dbfault::Step::Begin)], 0) << op.name;
@@ -121,7 +99,7 @@ TEST_P(OptionFaults, EachFailingStepIsReportedAndCommitsNothingWhenTheCallFails)
                 int rc;
                 {
                     dbfault::Scope fault(s, nth, kCode, kText);
-                    rc = op.run(*ti, err);
+                    rc = run(op, err);
                 }
                 EXPECT_TRUE(rc == 0 || rc == kCode) << rc;
                 if (rc == kCode) {
@@ -147,7 +125,8 @@ TEST_P(OptionFaults, AFetchFailurePartWayKeepsWhatWasReadAndReturnsTheClose) {
     Recorder rec;
     std::string err;
     evtrace::Capture cap;
-    _TaskInfo info = job(42);
+    _TaskInfo info;
+    info.jobId = 42;
     {
         dbfault::Scope fault(dbfault::Step::Fetch, 2, kCode, kText);
         EXPECT_EQ(ti->getOptions(info, &rec, err, nullptr), 0);

@@ -6,7 +6,7 @@
 
 class FileOptions : public OptionStoreTest {};
 
-TEST_P(FileOptions, SetFilesReplacesSingleValueTypeAndAddsOthers) {
+TEST_P(FileOptions, SetFilesReplacesSingleValueTypeAndAddsOthersGetFilesReadsThem) {
     jobWithRequest(42, 11, 777);
     jobOption(42, 20, 150002, "C:\\old");
     jobOption(42, 21, 150005, "/a");
@@ -39,41 +39,26 @@ TEST_P(FileOptions, SetFilesReplacesSingleValueTypeAndAddsOthers) {
     ASSERT_EQ(ti->setFiles(info, {&hostile}, err, nullptr), 0);
     EXPECT_EQ(rows("jobId = 42 AND optionId = 22"), 1);
 
-    Recorder all;
-    ASSERT_EQ(ti->getFiles(info, &all, err, nullptr), 0);
-    EXPECT_EQ(all.got.size(), 4u);
-    EXPECT_NE(
-        std::find(all.got.begin(), all.got.end(), Delivery{Delivery::File, 22, "it's; --\xC3\xA9", 150007}),
-        all.got.end());
-    auto found =
-        cap.find("Found optionId[22], value [it's; --\xC3\xA9], type[150007]", "TaskInterfaceDB::getFiles");
-    ASSERT_EQ(found.size(), 1u);
-    EXPECT_EQ(found[0].level, 3);
-}
-
-TEST_P(FileOptions, GetFilesReadsOneTypeOrTheWholeBand) {
+    // Reading: the whole band for type 0, one type otherwise; never other jobs or plain options.
     jobOption(42, 1, 150001, "f1");
-    jobOption(42, 2, 150005, "f5");
     jobOption(42, 3, 150014, "f14");
     jobOption(42, 4, 150015, "outside");
     jobOption(42, 5, 1, "plain option");
-    jobOption(43, 6, 150005, "other job");
-    _TaskInfo info;
-    info.jobId = 42;
-    evtrace::Capture cap;
-    std::string err;
-    Recorder band, one;
-    ASSERT_EQ(ti->getFiles(info, &band, err, nullptr), 0);
-    auto ids = band.ids();
+    jobOption(43, 6, 150007, "other job");
+    Recorder all, one;
+    ASSERT_EQ(ti->getFiles(info, &all, err, nullptr), 0);
+    auto ids = all.ids();
     std::sort(ids.begin(), ids.end());
-    EXPECT_EQ(ids, (std::vector<unsigned long long>{1, 2, 3}));
-    EXPECT_EQ(band.got[0].via, Delivery::File);
-    info.type = 150005;
+    EXPECT_EQ(ids, (std::vector<unsigned long long>{1, 3, 20, 21, 21, 22}));
+    info.type = 150007;
     ASSERT_EQ(ti->getFiles(info, &one, err, nullptr), 0);
-    EXPECT_EQ(one.got, (std::vector<Delivery>{{Delivery::File, 2, "f5", 150005}}));
-    auto called = cap.find("Called with jobId[42], type[150005]", "TaskInterfaceDB::getFiles");
-    ASSERT_EQ(called.size(), 1u);
-    EXPECT_EQ(called[0].level, 5);
+    EXPECT_EQ(one.got, (std::vector<Delivery>{{Delivery::File, 22, "it's; --\xC3\xA9", 150007}}));
+    EXPECT_EQ(cap.find("Called with jobId[42], type[150007]", "TaskInterfaceDB::getFiles").at(0).level, 5);
+    auto found =
+        cap.find("Found optionId[22], value [it's; --\xC3\xA9], type[150007]", "TaskInterfaceDB::getFiles");
+    ASSERT_EQ(found.size(), 2u);
+    EXPECT_EQ(found[0].level, 3);
+    EXPECT_EQ(found[0].jobId, 42);
 }
 
 TEST_P(FileOptions, RemoveFilesByFileOrByNameRemovesTheOptionIds) {

@@ -1,6 +1,7 @@
 // lookup, getDefaultOption and getOptions against a seeded store.
 #include <algorithm>
 
+#include "TaskInterfaceDB/TaskInterfaceDB.h"
 #include "options/OptionKit.h"
 #include "platform/trace/EvDebug.h"
 
@@ -41,6 +42,17 @@ TEST_P(OptionReads, LookupTakesFirstJobRowOrFallsBackToTheDefault) {
     none.value = "stale";
     EXPECT_EQ(ti->lookup(none, err, nullptr), 0);
     EXPECT_EQ(none.value, "");
+
+    // The fallback goes through the object's own interface, so a derived object answers it.
+    struct Spy : TaskInterfaceDB {
+        int getDefaultOption(unsigned long long id, std::string& v, std::string&, void*) override {
+            v = "spy" + std::to_string(id);
+            return 0;
+        }
+    } spy;
+    none.optionId = 5;
+    EXPECT_EQ(spy.lookup(none, err, nullptr), 0);
+    EXPECT_EQ(none.value, "spy5");
 
     std::string value = "stale";
     EXPECT_EQ(ti->getDefaultOption(7, value, err, nullptr), 0);

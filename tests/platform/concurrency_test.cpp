@@ -8,6 +8,8 @@
 #include <thread>
 
 #include "PlatformFixture.h"
+#include "platform/db/Backend.h"
+#include "platform/db/Bind.h"
 #include "platform/db/DBconfig.h"
 #include "platform/db/DBtran.h"
 #include "platform/db/TranWrapper.h"
@@ -85,4 +87,37 @@ TEST_F(ConcurrencyTest, ForkedWritersLoseNothing) {
     for (int writer = 1; writer <= 4; ++writer)
         EXPECT_EQ(scalar("SELECT COUNT(*) FROM Widget WHERE name = 'w" + std::to_string(writer) + "'"),
                   kRounds);
+}
+
+TEST_F(ConcurrencyTest, AChildNeverUsesOrClosesTheParentsConnections) {
+    addWidget(1, "parent");
+    dbl::Error e;
+    std::unique_ptr<dbl::Connection> held = dbl::acquire(e);  // lent to the parent across the fork
+    ASSERT_NE(held, nullptr) << e.text;
+    pid_t pid = fork();
+    ASSERT_GE(pid, 0);
+    if (pid == 0) {
+        dbl::Error ce;
+        const dbl::Connection* parents = held.get();
+        dbl::giveBack(std::move(held));  // abandoned: neither pooled nor closed
+        std::unique_ptr<dbl::Connection> mine = dbl::acquire(ce);
+        std::unique_ptr<dbl::Connection> again = dbl::acquire(ce);
+        bool ok = mine && again && mine.get() != parents && again.get() != parents;
+        dbl::giveBack(std::move(again));
+        dbl::giveBack(std::move(mine));
+        ok = ok && round(5, 1) == 0;
+        _exit(ok ? 0 : 1);
+    }
+    int status = 0;
+    ASSERT_EQ(waitpid(pid, &status, 0), pid);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+    // The parent's connection still works after the child has gone.
+    std::vector<dbl::Param> params;
+    dbl::StatementPtr st = held->prepare("SELECT COUNT(*) FROM Widget WHERE name = 'w5'", params, e);
+    ASSERT_NE(st, nullptr) << e.text;
+    dbl::bindParams(*st, params);
+    ASSERT_EQ(st->step(e), 0) << e.text;
+    EXPECT_EQ(st->columnInt64(0), 1);
+    st.reset();
+    dbl::giveBack(std::move(held));
 }

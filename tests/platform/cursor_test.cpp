@@ -4,6 +4,7 @@
 #include "PlatformFixture.h"
 #include "TestValues.h"
 #include "platform/db/DBerrors.h"
+#include "platform/db/DBformat.h"
 
 namespace {
 struct Note_t {
@@ -58,4 +59,24 @@ TEST_F(CursorTest, StatementTextFilledFromArgumentsOrValues) {
     NoteCursor empty;
     empty.setStatementText("");
     EXPECT_EQ(empty.openCursor(), DB_ERR_NO_STATEMENT);
+}
+
+TEST_F(CursorTest, DateValuesBindInTheStoresTextForm) {
+    Widget w(nullptr);
+    w.rec.big = 4;
+    ASSERT_TRUE(DBparseDate("2021-07-08 09:10:11", w.rec.whenAt));
+    ASSERT_EQ(w.rowInsert(true), 0);
+
+    NoteCursor dated;
+    dated.setStatementText("SELECT note, big FROM Widget WHERE whenAt = N'%s'");
+    KOTIMESTAMP_STRUCT ts;
+    ts.year = 2021;
+    ts.month = 7;
+    ts.day = 8;
+    ts.hour = 9;
+    ts.minute = 10;
+    ts.second = 11;
+    dated.BindInput(new KODB_datetime(ts));
+    dated.setValuesBound(true);
+    EXPECT_EQ(bigs(dated), (std::vector<long long>{4}));
 }

@@ -175,3 +175,32 @@ TEST_F(TableTest, FetchTextAndRowHelpers) {
     n.setWhere("big = %d", 4);
     EXPECT_EQ(getOneRow(&n, false, -1, 0), DB_NO_DATA);
 }
+
+TEST_F(TableTest, UpdateOnAFetchedRowRewritesThatRowOnly) {
+    const int a = addWidget(7, "a");
+    const int b = addWidget(7, "b");
+    Widget w(nullptr);
+    w.setWhere("big = %d", 7);
+    ASSERT_EQ(w.openCursor(), 0);
+    ASSERT_EQ(w.fetchCursor(), 0);
+    ASSERT_EQ(w.rec.id, a);
+    EXPECT_EQ(w.rowUpdate("note = N'first'"), 0);
+    std::strcpy(w.rec.name, "A");
+    w.rec.note = "from record";
+    EXPECT_EQ(w.rowUpdate(""), 0);  // the whole record, back into its own row
+    EXPECT_EQ(w.rowsAffected(), 1);
+    ASSERT_EQ(w.fetchCursor(), 0);
+    EXPECT_EQ(w.rec.id, b);
+    EXPECT_EQ(w.rowUpdate("note = N'second'"), 0);
+    EXPECT_EQ(w.fetchCursor(), DB_NO_DATA);
+    // Past the last row, and with the cursor closed, the where-clause chooses the rows again.
+    EXPECT_EQ(w.rowUpdate("stamp = 1"), 0);
+    EXPECT_EQ(w.rowsAffected(), 2);
+    w.closeCursor();
+    EXPECT_EQ(w.rowUpdate("stamp = 2"), 0);
+    EXPECT_EQ(w.rowsAffected(), 2);
+    EXPECT_EQ(text("SELECT name || '|' || note FROM Widget WHERE id = " + std::to_string(a)),
+              "A|from record");
+    EXPECT_EQ(text("SELECT name || '|' || note FROM Widget WHERE id = " + std::to_string(b)), "b|second");
+    EXPECT_EQ(scalar("SELECT SUM(stamp) FROM Widget"), 4);
+}

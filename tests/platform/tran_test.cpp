@@ -4,6 +4,7 @@
 
 #include "PlatformFixture.h"
 #include "platform/db/DBerrors.h"
+#include "platform/db/DBexecute.h"
 #include "platform/db/DBtran.h"
 #include "platform/db/TranWrapper.h"
 
@@ -131,4 +132,18 @@ TEST_F(TranTest, ReadHintStartsAReadTransactionThatDoesNotBlockWriters) {
     EXPECT_EQ(getOneRow(&again, false, -1, 0), DB_NO_DATA);
     EXPECT_EQ(reader.commitIfOwnTran(&err), 0);
     EXPECT_EQ(scalar("SELECT COUNT(*) FROM Widget"), 2);
+}
+
+TEST_F(TranTest, FixedStatementsRunInTheTransactionOrInAutocommit) {
+    addWidget(1, "a");
+    std::string err;
+    DBtran tran;
+    ASSERT_EQ(tran.begin(&err), 0);
+    EXPECT_EQ(DBexecute(&tran, "UPDATE Widget SET big = 2 WHERE name = N'a'", &err), 0) << err;
+    EXPECT_EQ(tran.rollback(&err), 0);
+    EXPECT_EQ(scalar("SELECT big FROM Widget"), 1);
+    EXPECT_EQ(DBexecute(nullptr, "UPDATE Widget SET big = 3", &err), 0) << err;
+    EXPECT_EQ(scalar("SELECT big FROM Widget"), 3);
+    EXPECT_NE(DBexecute(nullptr, "UPDATE NoSuchTable SET x = 1", &err), 0);
+    EXPECT_NE(err.find("NoSuchTable"), std::string::npos) << err;
 }

@@ -3,6 +3,7 @@
 //   task 1: the default task (flag 0x80); task 7: subtasks 11 and 12, entities of client 12 and of
 //   group 3, patterns 21 (subtask 11) and 22 (subtask 12); task 8: subtask 13, client 99, pattern 23.
 //   Jobs 1001 (request 501, subtask 11) and 1002 (request 502, subtask 12) of task 7.
+#include <sstream>
 #include <string>
 
 #include "platform/trace/EvDebug.h"
@@ -70,6 +71,14 @@ class RecordStoreTest : public StoreTest {
             }) {
             exec(sql);
         }
+    }
+
+    // The values joined with "|", so that a whole record compares (and fails) in one line.
+    template <class... T>
+    static std::string join(const T&... values) {
+        std::ostringstream out;
+        ((out << values << '|'), ...);
+        return out.str();
     }
 
     // The captured lines of `name` whose text contains `needle`.

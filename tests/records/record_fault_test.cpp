@@ -2,13 +2,18 @@
 // what was (not) committed.
 #include <list>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "platform/db/DBfault.h"
 #include "records/RecordStore.h"
 
 namespace {
 using dbfault::Step;
-constexpr int K = 4242;  // the injected code
+using S = dbfault::Step;
+constexpr bool E = true;   // err holds the injected text
+constexpr bool N = false;  // err keeps the caller's text
+constexpr int K = 4242;    // the injected code
 const char* const kText = "injected fault";
 
 // What an operation returned, and a probe of what it read or wrote.
@@ -17,8 +22,8 @@ struct Outcome {
     long long probe;
 };
 
-struct Case {
-    const char* op;
+// One step of an operation failing: what the caller then sees.
+struct Expect {
     Step step;
     int nth;
     int rc;
@@ -127,101 +132,71 @@ TEST_P(RecordFaultTest, EveryStepOfEveryOperationFailingOnce) {
     const char* xmlJob = "Failed to get XML for jobId [1001]";
     const char* xmlSub = "Failed to get XML for jobId [11]";
     // Single-row readers: a fetch failure is reported only through err; a close or commit failure
-    // is returned. List readers: the end of the data closes the cursor inside the fetch, so their close
-    // failure never reaches the caller.
-    const Case cases[] = {
-        {"getJobInfo", Step::Begin, 1, K, true, "", 0},
-        {"getJobInfo", Step::Open, 1, K, true, dbe, 0},
-        {"getJobInfo", Step::Fetch, 1, 0, true, dbe, 0},
-        {"getJobInfo", Step::Close, 1, K, true, "", 7},
-        {"getJobInfo", Step::Commit, 1, K, true, "", 7},
-        {"getTaskInfo", Step::Begin, 1, K, true, "", 0},
-        {"getTaskInfo", Step::Open, 1, K, true, dbe, 0},
-        {"getTaskInfo", Step::Fetch, 1, 0, true, dbe, 0},
-        {"getTaskInfo", Step::Close, 1, K, true, "", 17},
-        {"getTaskInfo", Step::Commit, 1, K, true, "", 17},
-        {"getSubTaskInfo", Step::Open, 1, K, true, dbe, 0},
-        {"getSubTaskInfo", Step::Fetch, 1, 0, true, dbe, 0},
-        {"getSubTaskInfo", Step::Close, 1, K, true, "", 12},
-        {"getSubTaskInfo", Step::Commit, 1, K, true, "", 12},
-        {"getDefaultTaskId", Step::Open, 1, K, true, dbe, 0},
-        {"getDefaultTaskId", Step::Fetch, 1, 0, true, dbe, 0},
-        {"getDefaultTaskId", Step::Close, 1, K, true, "", 1},
-        {"getDefaultTaskId", Step::Commit, 1, K, true, "", 1},
-        {"getEntityInfo", Step::Open, 1, K, true, dbe, 0},
-        {"getEntityInfo", Step::Fetch, 2, 0, true, dbe, 1},
-        {"getEntityInfo", Step::Close, 1, 0, false, "", 2},
-        {"getEntityInfo", Step::Commit, 1, K, true, "", 2},
-        {"getPatternInfo", Step::Begin, 1, K, true, "", 0},
-        {"getPatternInfo", Step::Open, 1, K, true, dbe, 0},
-        {"getPatternInfo", Step::Fetch, 2, 0, true, dbe, 1},
-        {"getPatternInfo", Step::Commit, 1, K, true, "", 2},
-        {"getXMLOptions/job", Step::Begin, 1, K, true, "", 0},
-        {"getXMLOptions/job", Step::Open, 1, -1, true, xmlJob, 0},
-        {"getXMLOptions/job", Step::Commit, 1, K, true, "", 25},
-        {"getXMLOptions/subtask", Step::Open, 1, K, true, xmlSub, 0},
-        {"getXMLOptions/subtask", Step::Fetch, 1, K, true, xmlSub, 0},
-        {"getXMLOptions/subtask", Step::Close, 1, K, true, xmlSub, 25},
-        {"getXMLOptions/subtask", Step::Commit, 1, 0, false, "", 25},  // this path never commits
-        {"getBitOptions", Step::Begin, 1, K, true, "", 99},
-        {"getBitOptions", Step::Open, 1, K, true, dbe, 99},
-        {"getBitOptions", Step::Fetch, 1, 0, true, dbe, 99},
-        {"getBitOptions", Step::Close, 1, K, true, "", 3},
-        {"getBitOptions", Step::Commit, 1, K, true, "", 3},
-        {"getExtendedOptions", Step::Open, 1, K, true, dbe, 5},
-        {"getExtendedOptions", Step::Fetch, 1, 0, true, dbe, 5},
-        {"getExtendedOptions", Step::Close, 1, K, true, "", 40},
-        {"getJobList", Step::Begin, 1, K, true, dbe, 0},
-        {"getJobList", Step::Open, 1, K, true, dbe, 0},
-        {"getJobList", Step::Fetch, 2, 0, true, dbe, 1},
-        {"getJobList", Step::Commit, 1, K, true, "", 2},
-        {"getJobRequestId", Step::Begin, 1, K, true, dbe, -1},
-        {"getJobRequestId", Step::Open, 1, K, true, dbe, -1},
-        {"getJobRequestId", Step::Fetch, 1, 0, true, dbe, -1},
-        {"getJobRequestId", Step::Fetch, 2, 0, true, dbe, 502},
-        {"getJobRequestId", Step::Commit, 1, K, true, "", 502},
+    // is returned. List readers: the end of the data closes the cursor inside the fetch; a failure of
+    // that close is still returned, with its text.
+    // clang-format off
+    const std::vector<std::pair<const char*, std::vector<Expect>>> table = {
+        {"getJobInfo", {{S::Begin, 1, K, E, "", 0}, {S::Open, 1, K, E, dbe, 0}, {S::Fetch, 1, 0, E, dbe, 0},
+            {S::Close, 1, K, E, "", 7}, {S::Commit, 1, K, E, "", 7}}},
+        {"getTaskInfo", {{S::Begin, 1, K, E, "", 0}, {S::Open, 1, K, E, dbe, 0}, {S::Fetch, 1, 0, E, dbe, 0},
+            {S::Close, 1, K, E, "", 17}, {S::Commit, 1, K, E, "", 17}}},
+        {"getSubTaskInfo", {{S::Open, 1, K, E, dbe, 0}, {S::Fetch, 1, 0, E, dbe, 0},
+            {S::Close, 1, K, E, "", 12}, {S::Commit, 1, K, E, "", 12}}},
+        {"getDefaultTaskId", {{S::Open, 1, K, E, dbe, 0}, {S::Fetch, 1, 0, E, dbe, 0},
+            {S::Close, 1, K, E, "", 1}, {S::Commit, 1, K, E, "", 1}}},
+        {"getEntityInfo", {{S::Open, 1, K, E, dbe, 0}, {S::Fetch, 2, 0, E, dbe, 1},
+            {S::Close, 1, K, E, "", 2}, {S::Commit, 1, K, E, "", 2}}},
+        {"getPatternInfo", {{S::Begin, 1, K, E, "", 0}, {S::Open, 1, K, E, dbe, 0},
+            {S::Fetch, 2, 0, E, dbe, 1}, {S::Close, 1, K, E, "", 2}, {S::Commit, 1, K, E, "", 2}}},
+        {"getXMLOptions/job", {{S::Begin, 1, K, E, "", 0}, {S::Open, 1, -1, E, xmlJob, 0},
+            {S::Fetch, 1, -1, E, xmlJob, 0}, {S::Close, 1, -1, E, xmlJob, 0}, {S::Commit, 1, K, E, "", 25}}},
+        {"getXMLOptions/subtask", {{S::Open, 1, K, E, xmlSub, 0}, {S::Fetch, 1, K, E, xmlSub, 0},
+            {S::Close, 1, K, E, xmlSub, 25}, {S::Commit, 1, 0, N, "", 25}}},
+        {"getBitOptions", {{S::Begin, 1, K, E, "", 99}, {S::Open, 1, K, E, dbe, 99},
+            {S::Fetch, 1, 0, E, dbe, 99}, {S::Close, 1, K, E, "", 3}, {S::Commit, 1, K, E, "", 3}}},
+        {"getExtendedOptions", {{S::Open, 1, K, E, dbe, 5}, {S::Fetch, 1, 0, E, dbe, 5},
+            {S::Close, 1, K, E, "", 40}}},
+        {"getJobList", {{S::Begin, 1, K, E, dbe, 0}, {S::Open, 1, K, E, dbe, 0}, {S::Fetch, 2, 0, E, dbe, 1},
+            {S::Close, 1, K, E, "", 2}, {S::Commit, 1, K, E, "", 2}}},
+        {"getJobRequestId", {{S::Begin, 1, K, E, dbe, -1}, {S::Open, 1, K, E, dbe, -1},
+            {S::Fetch, 1, 0, E, dbe, -1}, {S::Fetch, 2, 0, E, dbe, 502}, {S::Close, 1, K, E, "", 502},
+            {S::Commit, 1, K, E, "", 502}}},
         // Writers: an own transaction commits nothing unless close and commit succeed.
-        {"setTaskInfo", Step::Begin, 1, K, true, "", 17},
-        {"setTaskInfo", Step::Open, 1, K, true, dbe, 17},
-        {"setTaskInfo", Step::Fetch, 1, 0, true, dbe, 17},
-        {"setTaskInfo", Step::Update, 1, 0, true, dbe, 17},
-        {"setTaskInfo", Step::Close, 1, K, true, "", 17},
-        {"setTaskInfo", Step::Commit, 1, K, true, "", 17},
-        {"setSubTaskInfo", Step::Open, 1, K, true, dbe, 1},
-        {"setSubTaskInfo", Step::Update, 1, 0, true, dbe, 1},
-        {"setSubTaskInfo", Step::Fetch, 1, 0, true, dbe, 1},
-        {"setSubTaskInfo", Step::Close, 1, K, true, "", 1},
-        {"setSubTaskInfo", Step::Commit, 1, K, true, "", 1},
-        {"setEntityInfo", Step::Begin, 1, K, true, "", 2},
-        {"setEntityInfo", Step::Open, 2, K, true, dbe, 2},
-        {"setEntityInfo", Step::Fetch, 1, 0, true, dbe, 3},
-        {"setEntityInfo", Step::Insert, 1, 0, true, dbe, 3},
-        {"setEntityInfo", Step::Close, 2, K, true, "", 2},
-        {"setEntityInfo", Step::Commit, 1, K, true, "", 2},
+        {"setTaskInfo", {{S::Begin, 1, K, E, "", 17}, {S::Open, 1, K, E, dbe, 17},
+            {S::Fetch, 1, 0, E, dbe, 17}, {S::Update, 1, 0, E, dbe, 17}, {S::Close, 1, K, E, "", 17},
+            {S::Commit, 1, K, E, "", 17}}},
+        {"setSubTaskInfo", {{S::Open, 1, K, E, dbe, 1}, {S::Update, 1, 0, E, dbe, 1},
+            {S::Fetch, 1, 0, E, dbe, 1}, {S::Close, 1, K, E, "", 1}, {S::Commit, 1, K, E, "", 1}}},
+        {"setEntityInfo", {{S::Begin, 1, K, E, "", 2}, {S::Open, 2, K, E, dbe, 2},
+            {S::Fetch, 1, 0, E, dbe, 3}, {S::Insert, 1, 0, E, dbe, 3}, {S::Close, 2, K, E, "", 2},
+            {S::Commit, 1, K, E, "", 2}}},
     };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(std::string(c.op) + " " + dbfault::stepName(c.step) + " #" + std::to_string(c.nth));
-        std::string err = "caller's text";
-        evtrace::Capture cap;
-        Outcome out{};
-        {
-            dbfault::Scope fault(c.step, c.nth, K, kText);
-            out = run(c.op, err);
-            // The fault must have been reached, except where the step is not taken at all.
-            if (c.rc != 0 || c.errSet) {
-                EXPECT_GE(dbfault::calls(c.step), c.nth);
+    // clang-format on
+    for (const auto& [op, expects] : table) {
+        for (const Expect& c : expects) {
+            SCOPED_TRACE(std::string(op) + " " + dbfault::stepName(c.step) + " #" + std::to_string(c.nth));
+            std::string err = "caller's text";
+            evtrace::Capture cap;
+            Outcome out{};
+            {
+                dbfault::Scope fault(c.step, c.nth, K, kText);
+                out = run(op, err);
+                // The fault must have been reached, except where the step is not taken at all.
+                if (c.rc != 0 || c.errSet) {
+                    EXPECT_GE(dbfault::calls(c.step), c.nth);
+                }
+                if (std::string(op) == "getXMLOptions/subtask" && c.step == Step::Commit) {
+                    EXPECT_EQ(dbfault::calls(Step::Commit), 0);
+                }
             }
-            if (std::string(c.op) == "getXMLOptions/subtask" && c.step == Step::Commit) {
-                EXPECT_EQ(dbfault::calls(Step::Commit), 0);
+            EXPECT_EQ(out.rc, c.rc);
+            EXPECT_EQ(err, c.errSet ? kText : "caller's text");
+            EXPECT_EQ(out.probe, c.probe);
+            if (*c.line) {
+                EXPECT_EQ(traced(cap, c.line, traceName(op)), 1u);
+            } else {
+                EXPECT_EQ(traced(cap, "DB_Error", traceName(op)), 0u);
             }
-        }
-        EXPECT_EQ(out.rc, c.rc);
-        EXPECT_EQ(err, c.errSet ? kText : "caller's text");
-        EXPECT_EQ(out.probe, c.probe);
-        if (*c.line) {
-            EXPECT_EQ(traced(cap, c.line, traceName(c.op)), 1u);
-        } else {
-            EXPECT_EQ(traced(cap, "DB_Error", traceName(c.op)), 0u);
         }
     }
 }

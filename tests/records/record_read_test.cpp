@@ -39,17 +39,9 @@ TEST_P(RecordReadTest, TaskInfoFillsEveryFieldAndLeavesAnUnknownTaskAlone) {
     info.taskId = 7;
     ASSERT_EQ(ti->getTaskInfo(info, err, nullptr), 0);
     const Sched_Task& t = info.task;
-    EXPECT_EQ(t.taskId, 7u);
-    EXPECT_EQ(t.taskType, 2u);
-    EXPECT_EQ(t.flags, 4u);
-    EXPECT_EQ(t.status, 1u);
-    EXPECT_EQ(t.alertId, 17u);
-    EXPECT_EQ(t.ownerId, 5u);
-    EXPECT_EQ(t.runUserId, 6u);
-    EXPECT_EQ(t.localeId, 9u);
-    EXPECT_EQ(t.initiatedFrom, 3u);
-    EXPECT_EQ(t.sequenceNumber, 18446744073709551615ull);
-    EXPECT_EQ(t.description, "nightly backup");
+    EXPECT_EQ(join(t.taskId, t.taskType, t.flags, t.status, t.alertId, t.ownerId, t.runUserId, t.localeId,
+                   t.initiatedFrom, t.sequenceNumber, t.description),
+              "7|2|4|1|17|5|6|9|3|18446744073709551615|nightly backup|");
     EXPECT_EQ(traced(cap, "TABLE -> TM_Task {taskId = 7}", "TaskInterfaceDB::getTaskInfo"), 1u);
 
     _TaskInfo unknown;
@@ -72,11 +64,8 @@ TEST_P(RecordReadTest, SubTaskInfoChoosesItsKeysByWhichAreSet) {
         return info.subTask;
     };
     Sched_SubTask both = read(7, 12);
-    EXPECT_EQ(both.subTaskId, 12u);
-    EXPECT_EQ(both.taskId, 7u);
-    EXPECT_EQ(both.subTaskType, 3u);
-    EXPECT_EQ(both.operationType, 4004u);
-    EXPECT_EQ(both.subTaskOrder, 2u);
+    EXPECT_EQ(join(both.subTaskId, both.taskId, both.subTaskType, both.operationType, both.subTaskOrder),
+              "12|7|3|4004|2|");
     EXPECT_EQ(read(8, 12).subTaskId, 777u) << "both keys must match";
     EXPECT_EQ(read(0, 13).subTaskId, 13u);
     EXPECT_EQ(read(7, 0).subTaskId, 11u) << "the task's first subtask";
@@ -88,21 +77,12 @@ TEST_P(RecordReadTest, EntityInfoAppendsEveryEntityEachCall) {
     info.taskId = 7;
     ASSERT_EQ(ti->getEntityInfo(info, err, nullptr), 0);
     ASSERT_EQ(info.entities.size(), 2u);
-    const Sched_AssocEntity& group = info.entities[0];
-    EXPECT_EQ(group.assocId, 1u);
-    EXPECT_EQ(group.assocType, 28u);
-    EXPECT_EQ(group.taskId, 7u);
-    EXPECT_EQ(group.clientGroupId, 3u);
-    EXPECT_EQ(group.policyId, 41u);
-    EXPECT_EQ(group.copyId, 42u);
-    EXPECT_EQ(group.srmReportSet, 43u);
-    EXPECT_EQ(group.srmReportType, 44u);
-    const Sched_AssocEntity& sub = info.entities[1];
-    EXPECT_EQ(sub.clientId, 12u);
-    EXPECT_EQ(sub.apptypeId, 33u);
-    EXPECT_EQ(sub.instanceId, 1u);
-    EXPECT_EQ(sub.backupsetId, 40u);
-    EXPECT_EQ(sub.subclientId, 301u);
+    auto fields = [](const Sched_AssocEntity& e) {
+        return join(e.assocId, e.assocType, e.taskId, e.clientGroupId, e.clientId, e.apptypeId, e.instanceId,
+                    e.backupsetId, e.subclientId, e.policyId, e.copyId, e.srmReportSet, e.srmReportType);
+    };
+    EXPECT_EQ(fields(info.entities[0]), "1|28|7|3|0|0|0|0|0|41|42|43|44|");
+    EXPECT_EQ(fields(info.entities[1]), "2|7|7|0|12|33|1|40|301|0|0|0|0|");
 
     ASSERT_EQ(ti->getEntityInfo(info, err, nullptr), 0);
     EXPECT_EQ(info.entities.size(), 4u);
@@ -136,24 +116,13 @@ TEST_P(RecordReadTest, PatternInfoByClientByTaskOrEveryPattern) {
     ASSERT_EQ(ti->getPatternInfo(info, err, nullptr), 0);
     ASSERT_EQ(info.patterns.size(), 2u);
     const Sched_Pattern& p = info.patterns[0];
-    EXPECT_EQ(p.ownerId, 5u);
-    EXPECT_EQ(p.freq_type, 8u);
-    EXPECT_EQ(p.freq_interval, 1u);
-    EXPECT_EQ(p.freq_relative_interval, 2u);
-    EXPECT_EQ(p.freq_recurrence_factor, 3u);
-    EXPECT_EQ(p.freq_subday_interval, 4u);
-    EXPECT_EQ(p.skipOccurence, 5u);
-    EXPECT_EQ(p.skipDayNumber, 6u);
-    EXPECT_EQ(p.active_start_date, "2026-01-04 00:00:00");
-    EXPECT_EQ(p.active_start_time, 79200u);
-    EXPECT_EQ(p.active_end_date, "2027-12-31 23:59:00");
-    EXPECT_EQ(p.active_end_time, 86399u);
-    EXPECT_EQ(p.active_end_occurence, 7u);
-    EXPECT_EQ(p.tzId, 42u);
-    EXPECT_EQ(p.calendarId, 8u);
-    EXPECT_EQ(p.local_start_date, 9u);
-    EXPECT_EQ(p.local_end_date, 10u);
-    EXPECT_EQ(p.freq_restart_interval, 11u);
+    EXPECT_EQ(
+        join(p.name, p.ownerId, p.freq_type, p.freq_interval, p.freq_relative_interval,
+             p.freq_recurrence_factor, p.freq_subday_interval, p.skipOccurence, p.skipDayNumber,
+             p.active_start_date, p.active_start_time, p.active_end_date, p.active_end_time,
+             p.active_end_occurence, p.tzId, p.calendarId, p.local_start_date, p.local_end_date,
+             p.freq_restart_interval),
+        "Sunday 22:00|5|8|1|2|3|4|5|6|2026-01-04 00:00:00|79200|2027-12-31 23:59:00|86399|7|42|8|9|10|11|");
     EXPECT_EQ(info.patterns[1].active_start_date, "") << "a date never set";
 }
 

@@ -32,10 +32,11 @@ class RecordWriteTest : public RecordStoreTest {
 TEST_P(RecordWriteTest, SetTaskInfoChangesExactlyThreeColumns) {
     const std::string hostile = "it's \xC3\xA9t\xC3\xA9 -- '; x";
     exec("UPDATE TM_Task SET description = N'it''s \xC3\xA9t\xC3\xA9 -- ''; x' WHERE taskId = 7");
-    const std::string before = text(
-        "SELECT taskName || '|' || taskType || '|' || flags || '|' || status || '|' || created || '|' || "
-        "modified || '|' || ownerId || '|' || runUserId || '|' || initiatedFrom || '|' || GUID FROM TM_Task "
-        "WHERE taskId = 7");
+    const std::string others =
+        "SELECT taskName || '|' || taskType || '|' || flags || '|' || status || '|' || "
+        "created || '|' || modified || '|' || ownerId || '|' || runUserId || '|' || "
+        "initiatedFrom || '|' || GUID FROM TM_Task WHERE taskId = 7";
+    const std::string before = text(others);
     evtrace::Capture cap;
     _TaskInfo info;
     info.taskId = 7;
@@ -50,11 +51,7 @@ TEST_P(RecordWriteTest, SetTaskInfoChangesExactlyThreeColumns) {
     EXPECT_EQ(scalar("SELECT alertId FROM TM_Task WHERE taskId = 7"), 88);
     EXPECT_EQ(scalar("SELECT localeId FROM TM_Task WHERE taskId = 7"), 2);
     EXPECT_EQ(text("SELECT description FROM TM_Task WHERE taskId = 7"), hostile);
-    EXPECT_EQ(
-        text("SELECT taskName || '|' || taskType || '|' || flags || '|' || status || '|' || created || '|' "
-             "|| modified || '|' || ownerId || '|' || runUserId || '|' || initiatedFrom || '|' || GUID FROM "
-             "TM_Task WHERE taskId = 7"),
-        before);
+    EXPECT_EQ(text(others), before);
     EXPECT_EQ(text("SELECT sequenceNumber FROM TM_Task WHERE taskId = 8"), "8") << "other tasks untouched";
     EXPECT_EQ(traced(cap, "Called with taskId[7]", "TaskInterfaceDB::setTaskInfo"), 1u);
 
@@ -66,13 +63,14 @@ TEST_P(RecordWriteTest, SetTaskInfoChangesExactlyThreeColumns) {
 TEST_P(RecordWriteTest, SetSubTaskInfoRewritesTheRowUnchanged) {
     auto all = [&] {
         std::string rows;
-        for (int id : {11, 12, 13})
-            rows += text(
-                        "SELECT subTaskName || '|' || taskId || '|' || subTaskType || '|' || operationType "
-                        "|| '|' "
-                        "|| subTaskOrder FROM TM_SubTask WHERE subTaskId = " +
-                        std::to_string(id)) +
-                    ";";
+        for (const char* id : {"11", "12", "13"}) {
+            rows +=
+                text(
+                    "SELECT subTaskName || '|' || taskId || '|' || subTaskType || '|' || operationType || "
+                    "'|' || subTaskOrder FROM TM_SubTask WHERE subTaskId = " +
+                    std::string(id)) +
+                ";";
+        }
         return rows;
     };
     const std::string before = all();

@@ -11,6 +11,10 @@
 #include "tools/taskdb/Output.h"
 #include "tools/taskdb/Session.h"
 #include "tools/taskdb/TaskView.h"
+#include "utilities/BasicConversion.h"
+#include "utilities/TextEscape.h"
+#include "utilities/VersionInfo.h"
+#include "utilities/WideText.h"
 
 namespace {
 
@@ -76,8 +80,10 @@ void walkJob(TaskInterface& ti, Step& step) {
     step("getDefaults() again (served from memory)", ti.getDefaults(&again, err, nullptr), err);
 
     OptionCollector options;
-    if (step("getOptions(job 1001): its own options and those inherited from subtask 11",
-             ti.getOptions(job, &options, err, nullptr), err))
+    if (step(
+            "getOptions(job 1001): its own options and those inherited from subtask 11 (file options but the "
+            "content list are left out)",
+            ti.getOptions(job, &options, err, nullptr), err))
         showOptions(options.rows);
     job.optionId = 1003;
     if (step("lookup(job 1001, option 1003)", ti.lookup(job, err, nullptr), err))
@@ -121,7 +127,7 @@ void walkWrites(TaskInterface& ti, Step& step) {
     step("removeOptions(job 1001: option 1007)",
          ti.removeOptions(job, std::vector<unsigned long long>{1007}, err, nullptr), err);
 
-    TaskFile content(2001, "/srv/finance/2026", 150002), filter(2002, "*.bak", 150005);
+    TaskFile content(150002, "/srv/finance/2026", 150002), filter(150005, "*.bak", 150005);
     step("setFiles(job 1001: content replaced, one more filter)",
          ti.setFiles(job, {&content, &filter}, err, nullptr), err);
     OptionCollector files;
@@ -157,6 +163,28 @@ void walkWrites(TaskInterface& ti, Step& step) {
     std::cout << "option 1008 after the rollback: " << (found ? "present" : "gone") << '\n';
 }
 
+void walkUtilities() {
+    heading("Utilities other modules link against");
+    int sp = 0, second = 0;
+    ParseSPVersionInfo("4.2.0 SP9 HPK3", sp, second);
+    std::cout << "ParseSPVersionInfo(\"4.2.0 SP9 HPK3\") -> service pack " << sp << ", hotfix pack " << second
+              << '\n';
+    std::string hex;
+    BasicConversion::toHexString(static_cast<unsigned short>(255), hex);
+    std::cout << "BasicConversion::toHexString(255) -> " << hex << '\n';
+    std::string text = "a,b~c";
+    transform_string_encode(text, ',', '~');
+    std::cout << "transform_string_encode(\"a,b~c\", ',', '~') -> " << text;
+    transform_string_decode(text, ',', '~');
+    std::cout << " -> decoded \"" << text << "\"\n";
+    std::wstring wide;
+    std::string back;
+    int rc = utf8ToUnicode("Grüße, 東京", wide);
+    if (rc == 0) rc = unicodeToUtf8(wide, back);
+    std::cout << "utf8ToUnicode/unicodeToUtf8(\"Grüße, 東京\") -> " << rc << ", " << wide.size()
+              << " characters, \"" << back << "\"\n";
+}
+
 int runDemo(const ToolContext& ctx) {
     applyUrl(ctx);
     std::string err, url = dbconfig::url();
@@ -178,6 +206,7 @@ int runDemo(const ToolContext& ctx) {
     std::cout << "getTaskInterface(1) -> " << (ti ? "a TaskInterface" : "null") << '\n';
     if (!ti) return 1;
 
+    walkUtilities();
     Step step;
     walkTask(*ti, step);
     walkJob(*ti, step);

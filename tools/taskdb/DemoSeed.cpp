@@ -74,13 +74,14 @@ const char* const kSeed[] = {
     "(1001, 1003, 3, '8', 7, 11, 1763000000, 0)",
     "INSERT INTO TM_JobOptions (jobId, optionId, type, value, taskId, subTaskId, created, modified) VALUES "
     "(0, 1005, 3, '45', 7, 11, 1762990000, 0)",
-    // File options of job 1001: the content list (type 150002) and two filters (type 150005).
+    // File options of job 1001 (ids and types in the file-option band): the content list (150002)
+    // and two filters (150005).
     "INSERT INTO TM_JobOptions (jobId, optionId, type, value, taskId, subTaskId, created, modified) VALUES "
-    "(1001, 2001, 150002, '/srv/finance', 7, 11, 1763000000, 0)",
+    "(1001, 150002, 150002, '/srv/finance', 7, 11, 1763000000, 0)",
     "INSERT INTO TM_JobOptions (jobId, optionId, type, value, taskId, subTaskId, created, modified) VALUES "
-    "(1001, 2002, 150005, '*.tmp', 7, 11, 1763000000, 0)",
+    "(1001, 150005, 150005, '*.tmp', 7, 11, 1763000000, 0)",
     "INSERT INTO TM_JobOptions (jobId, optionId, type, value, taskId, subTaskId, created, modified) VALUES "
-    "(1001, 2002, 150005, '*.lock', 7, 11, 1763000000, 0)",
+    "(1001, 150005, 150005, '*.lock', 7, 11, 1763000000, 0)",
 };
 }  // namespace
 

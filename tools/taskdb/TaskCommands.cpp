@@ -18,7 +18,7 @@ int showTask(const ToolContext& ctx, const TaskArgs& a) {
     info.subTaskId = a.subTaskId;
     std::string err;
     int rc = readTask(s.ti(), info, err);
-    if (rc != 0) return reportFailure(err.substr(0, err.find(':')), rc, err);
+    if (rc != 0) return reportFailure("task show", rc, err);
     if (ctx.json)
         printJson(taskJson(info));
     else
