@@ -1,7 +1,5 @@
 // The store fixture on every backend: each test gets the reference schema with empty tables, and
 // the fixture's helpers run the library's SQL on it.
-#include <chrono>
-
 #include "platform/db/DBschema.h"
 #include "support/TestStore.h"
 
@@ -12,7 +10,6 @@ class StoreContextTest : public StoreTest {
         EXPECT_EQ(scalar("SELECT COUNT(*) FROM TM_PatternAssoc"), 0) << "a test starts with empty tables";
         exec("INSERT INTO TM_PatternAssoc (patternId, subTaskId) VALUES (7, 70)");
         exec("INSERT INTO TM_PatternAssoc (patternId, subTaskId) VALUES (8, 80)");
-        EXPECT_EQ(scalar("SELECT COUNT(*) FROM TM_PatternAssoc"), 2);
         EXPECT_EQ(
             scalar(
                 "SELECT TOP 1 subTaskId FROM TM_PatternAssoc WITH (READUNCOMMITTED) ORDER BY patternId DESC"),
