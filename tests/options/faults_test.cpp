@@ -87,6 +87,7 @@ TEST_P(OptionFaults, EachFailingStepIsReportedAndCommitsNothingWhenTheCallFails)
                 SCOPED_TRACE(std::string(op.name) + " " + dbfault::stepName(s) + " #" + std::to_string(nth));
                 reseed();
                 const std::string before = snapshot();
+                ASSERT_NE(before.find("42/1/1=old;"), std::string::npos) << before;  // the snapshot sees rows
                 evtrace::Capture cap;
                 err.clear();
                 int rc;
