@@ -10,7 +10,9 @@
 
 namespace frame {
 
-inline DBtran* callerTran(void* tran) { return static_cast<DBtran*>(tran); }
+inline DBtran* callerTran(void* tran) {
+    return static_cast<DBtran*>(tran);
+}
 
 // Puts the wrapper's error text into `err` and traces it as a database error of operation `name`.
 template <class Wrapper>

@@ -10,11 +10,12 @@ constexpr int KO_ERR_NOT_AVAILABLE = 0x7FFF0001;
 int notAvailable(std::string& err);
 
 class TaskInterfaceDB : public TaskInterface {
-public:
+  public:
     int lookup(_TaskInfo& info, std::string& err, void* tran) override;
     int update(_TaskInfo& info, std::string& err, void* tran) override;
     int getOptions(_TaskInfo& info, OptionCallBack* cb, std::string& err, void* tran) override;
-    int setOptions(_TaskInfo& info, std::vector<const TaskOption*> options, std::string& err, void* tran) override;
+    int setOptions(_TaskInfo& info, std::vector<const TaskOption*> options, std::string& err,
+                   void* tran) override;
     int removeOptions(_TaskInfo& info, std::vector<const TaskOption*> options, std::string& err,
                       void* tran) override;
     int removeOptions(_TaskInfo& info, const std::vector<unsigned long long>& optionIds, std::string& err,
@@ -34,20 +35,23 @@ public:
     int getExtendedOptions(_TaskInfo& info, std::string& err, void* tran) override;
     int getFiles(_TaskInfo& info, FileCallBack* cb, std::string& err, void* tran) override;
     int setFiles(_TaskInfo& info, std::vector<const TaskFile*> files, std::string& err, void* tran) override;
-    int removeFiles(_TaskInfo& info, std::vector<const TaskFile*> files, std::string& err, void* tran) override;
+    int removeFiles(_TaskInfo& info, std::vector<const TaskFile*> files, std::string& err,
+                    void* tran) override;
     int removeFiles(_TaskInfo& info, const std::vector<std::string>& files, std::string& err,
                     void* tran) override;
     int getJobListFromTaskId(_TaskInfo& info, std::list<unsigned long long>& jobIds, std::string& err,
                              void* tran) override;
-    int getJobIdsFromBkpStats(std::list<unsigned long long>& jobIds, std::string whereClause, bool includeStatus1,
-                              int localeId, std::string& err, void* tran) override;
-    int getJobRequestIdFromJobId(long long& jobRequestId, long long jobId, std::string& err, void* tran) override;
+    int getJobIdsFromBkpStats(std::list<unsigned long long>& jobIds, std::string whereClause,
+                              bool includeStatus1, int localeId, std::string& err, void* tran) override;
+    int getJobRequestIdFromJobId(long long& jobRequestId, long long jobId, std::string& err,
+                                 void* tran) override;
     int getComplianceOptionList(long long jobId, std::list<_ComplianceOptionInfo>& options, std::string& err,
                                 int complianceId, koComplianceOptions kind, int securityUser) override;
     int getRecordCenterList(std::list<_RecordCenterInfo>& centers, std::string& err, int recordId) override;
     int getRecordConnectorList(std::list<_RecordConnectorInfo>& connectors, std::string& err,
                                int connectorId) override;
-    int getLegalHoldList(std::list<_LegalHoldInfo>& holds, std::string& err, std::string legalHoldId) override;
+    int getLegalHoldList(std::list<_LegalHoldInfo>& holds, std::string& err,
+                         std::string legalHoldId) override;
     int getTagList(std::list<_DM2TagInfo>& tags, std::string& err, _DM2TagInfo* filter) override;
     int GetUpdateInfo(_UpdateInformation& info, std::string& err, unsigned long, unsigned long,
                       unsigned long) override;
@@ -57,10 +61,11 @@ public:
                     unsigned long messageType, int localeId, long long sequenceNumber, bool fromUpgrade,
                     bool endUser) override;
     int getAutomaticSchedulePattern(_TaskInfo& info, std::string& err, void* tran) override;
-    int runTasks(std::vector<Sched_SubTask>& subTasks, std::list<long long>& jobIds, std::string& err, int userId,
-                 int localeId, long long sequenceNumber, bool endUser, void* tran) override;
-    int performOperation(std::vector<_AutomaticTaskInfo>& tasks, std::list<long long>& jobIds, std::string& err,
-                         int taskOpType, int initiatedFrom, int userId, int localeId, long long sequenceNumber,
-                         bool endUser, void* tran) override;
-    int getDefaultOption(unsigned long long optionId, std::string& value, std::string& err, void* tran) override;
+    int runTasks(std::vector<Sched_SubTask>& subTasks, std::list<long long>& jobIds, std::string& err,
+                 int userId, int localeId, long long sequenceNumber, bool endUser, void* tran) override;
+    int performOperation(std::vector<_AutomaticTaskInfo>& tasks, std::list<long long>& jobIds,
+                         std::string& err, int taskOpType, int initiatedFrom, int userId, int localeId,
+                         long long sequenceNumber, bool endUser, void* tran) override;
+    int getDefaultOption(unsigned long long optionId, std::string& value, std::string& err,
+                         void* tran) override;
 };

@@ -6,7 +6,7 @@
 
 // One option: its id, its value and its type.
 class TaskOption {
-public:
+  public:
     TaskOption(unsigned long long optionId, const std::string& value, int type)
         : m_optionId(optionId), m_value(value), m_type(type) {}
     TaskOption(const TaskOption&) = default;
@@ -15,7 +15,7 @@ public:
     const std::string& getValue() const { return m_value; }
     int getType() const { return m_type; }
 
-private:
+  private:
     unsigned long long m_optionId;
     std::string m_value;
     int m_type;
@@ -23,14 +23,14 @@ private:
 
 // One file option: the option id, the file name or value, and its type (150001 to 150014).
 class TaskFile {
-public:
+  public:
     TaskFile(unsigned long long optionId, const std::string& value, int type)
         : m_optionId(optionId), m_value(value), m_type(type) {}
     unsigned long long getOptionId() const { return m_optionId; }
     const std::string& getValue() const { return m_value; }
     int getType() const { return m_type; }
 
-private:
+  private:
     unsigned long long m_optionId;
     std::string m_value;
     int m_type;
@@ -38,7 +38,7 @@ private:
 
 // A list of file options; _TaskInfo holds eight of them.
 class TaskFileList {
-public:
+  public:
     std::list<TaskFile> files;
     void add(const TaskFile& f) { files.push_back(f); }
     size_t size() const { return files.size(); }
@@ -48,7 +48,7 @@ public:
 // Receives options. getOptions calls option() once per stored option; getDefaults calls
 // defaultOption() once per static default, so a caller can tell the two apart.
 class OptionCallBack {
-public:
+  public:
     virtual void option(unsigned long long optionId, std::string value, int type) = 0;
     virtual void defaultOption(unsigned long long optionId, std::string value, int type) = 0;
     virtual ~OptionCallBack() = default;
@@ -56,7 +56,7 @@ public:
 
 // Receives file options, one call per row.
 class FileCallBack {
-public:
+  public:
     virtual void file(unsigned long long optionId, std::string value, int type) = 0;
     virtual ~FileCallBack() = default;
 };

@@ -23,7 +23,7 @@
 #include "TaskRecords.h"
 
 class TaskInterface {
-public:
+  public:
     virtual ~TaskInterface() = default;
 
     virtual int lookup(_TaskInfo& info, std::string& err, void* tran) = 0;
@@ -49,7 +49,8 @@ public:
     virtual int getBitOptions(_TaskInfo& info, std::string& err, void* tran) = 0;
     virtual int getExtendedOptions(_TaskInfo& info, std::string& err, void* tran) = 0;
     virtual int getFiles(_TaskInfo& info, FileCallBack* cb, std::string& err, void* tran) = 0;
-    virtual int setFiles(_TaskInfo& info, std::vector<const TaskFile*> files, std::string& err, void* tran) = 0;
+    virtual int setFiles(_TaskInfo& info, std::vector<const TaskFile*> files, std::string& err,
+                         void* tran) = 0;
     virtual int removeFiles(_TaskInfo& info, std::vector<const TaskFile*> files, std::string& err,
                             void* tran) = 0;
     virtual int removeFiles(_TaskInfo& info, const std::vector<std::string>& files, std::string& err,
@@ -63,10 +64,12 @@ public:
     virtual int getComplianceOptionList(long long jobId, std::list<_ComplianceOptionInfo>& options,
                                         std::string& err, int complianceId, koComplianceOptions kind,
                                         int securityUser) = 0;
-    virtual int getRecordCenterList(std::list<_RecordCenterInfo>& centers, std::string& err, int recordId) = 0;
+    virtual int getRecordCenterList(std::list<_RecordCenterInfo>& centers, std::string& err,
+                                    int recordId) = 0;
     virtual int getRecordConnectorList(std::list<_RecordConnectorInfo>& connectors, std::string& err,
                                        int connectorId) = 0;
-    virtual int getLegalHoldList(std::list<_LegalHoldInfo>& holds, std::string& err, std::string legalHoldId) = 0;
+    virtual int getLegalHoldList(std::list<_LegalHoldInfo>& holds, std::string& err,
+                                 std::string legalHoldId) = 0;
     virtual int getTagList(std::list<_DM2TagInfo>& tags, std::string& err, _DM2TagInfo* filter) = 0;
     virtual int GetUpdateInfo(_UpdateInformation& info, std::string& err, unsigned long, unsigned long,
                               unsigned long) = 0;
@@ -74,14 +77,14 @@ public:
                            std::string& err, int localeId, long long sequenceNumber, bool fromUpgrade,
                            bool endUser) = 0;
     virtual int TaskRequest(std::string& xml, std::list<long long>& jobIds, int& status, int userId,
-                            std::string& err, unsigned long messageType, int localeId, long long sequenceNumber,
-                            bool fromUpgrade, bool endUser) = 0;
+                            std::string& err, unsigned long messageType, int localeId,
+                            long long sequenceNumber, bool fromUpgrade, bool endUser) = 0;
     virtual int getAutomaticSchedulePattern(_TaskInfo& info, std::string& err, void* tran) = 0;
     virtual int runTasks(std::vector<Sched_SubTask>& subTasks, std::list<long long>& jobIds, std::string& err,
                          int userId, int localeId, long long sequenceNumber, bool endUser, void* tran) = 0;
     virtual int performOperation(std::vector<_AutomaticTaskInfo>& tasks, std::list<long long>& jobIds,
-                                 std::string& err, int taskOpType, int initiatedFrom, int userId, int localeId,
-                                 long long sequenceNumber, bool endUser, void* tran) = 0;
+                                 std::string& err, int taskOpType, int initiatedFrom, int userId,
+                                 int localeId, long long sequenceNumber, bool endUser, void* tran) = 0;
     virtual int getDefaultOption(unsigned long long optionId, std::string& value, std::string& err,
                                  void* tran) = 0;
 };

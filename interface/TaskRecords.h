@@ -105,12 +105,12 @@ struct _TaskInfo {
     int type = 0;
     unsigned long long optionId = 0;
     std::string value;
-    std::string auxText;                 // not read or written by the library
+    std::string auxText;  // not read or written by the library
     unsigned long long bitOptions = 0;
     std::string extendedOptions;
     std::string xmlOptions;
-    bool auxFlag = false;                // not read by the library
-    bool addDuplicate = false;           // setOptions adds a second row for an existing option
+    bool auxFlag = false;       // not read by the library
+    bool addDuplicate = false;  // setOptions adds a second row for an existing option
     Sched_Task task;
     Sched_SubTask subTask;
     std::vector<Sched_AssocEntity> entities;
@@ -122,7 +122,8 @@ struct _TaskInfo {
     }
     ~_TaskInfo() { freeLists(); }
     _TaskInfo(const _TaskInfo& o) : _TaskInfo(o, 0) {
-        for (int i = 0; i < kFileLists; ++i) fileLists[i] = o.fileLists[i] ? new TaskFileList(*o.fileLists[i]) : nullptr;
+        for (int i = 0; i < kFileLists; ++i)
+            fileLists[i] = o.fileLists[i] ? new TaskFileList(*o.fileLists[i]) : nullptr;
     }
     _TaskInfo(_TaskInfo&& o) noexcept : _TaskInfo(std::move(o), 0) {
         for (int i = 0; i < kFileLists; ++i) {
@@ -161,15 +162,26 @@ struct _TaskInfo {
         for (int i = 0; i < kFileLists; ++i) std::swap(fileLists[i], o.fileLists[i]);
     }
 
-private:
+  private:
     // Copies or moves every field but the file lists, which the public constructors then set.
     template <class T>
     _TaskInfo(T&& o, int)
-        : jobId(o.jobId), taskId(o.taskId), subTaskId(o.subTaskId), type(o.type), optionId(o.optionId),
-          value(std::forward<T>(o).value), auxText(std::forward<T>(o).auxText), bitOptions(o.bitOptions),
-          extendedOptions(std::forward<T>(o).extendedOptions), xmlOptions(std::forward<T>(o).xmlOptions),
-          auxFlag(o.auxFlag), addDuplicate(o.addDuplicate), task(std::forward<T>(o).task), subTask(o.subTask),
-          entities(std::forward<T>(o).entities), patterns(std::forward<T>(o).patterns) {}
+        : jobId(o.jobId),
+          taskId(o.taskId),
+          subTaskId(o.subTaskId),
+          type(o.type),
+          optionId(o.optionId),
+          value(std::forward<T>(o).value),
+          auxText(std::forward<T>(o).auxText),
+          bitOptions(o.bitOptions),
+          extendedOptions(std::forward<T>(o).extendedOptions),
+          xmlOptions(std::forward<T>(o).xmlOptions),
+          auxFlag(o.auxFlag),
+          addDuplicate(o.addDuplicate),
+          task(std::forward<T>(o).task),
+          subTask(o.subTask),
+          entities(std::forward<T>(o).entities),
+          patterns(std::forward<T>(o).patterns) {}
     void freeLists() {
         for (auto& l : fileLists) {
             if (l) {

@@ -105,8 +105,7 @@ int templateId(const std::string& sql, const std::string** kept = nullptr);
 std::unique_ptr<Connection> connect(const std::string& url, Error& err);
 
 // The ODBC backend (platform/db/odbc): `url` is the whole URL, "odbc:" prefix included. Null with err
-// set on failure. Thread-safe. The backend defines it and provides platform/db/odbc/OdbcConnect.h
-// (which may just include this header); connect() calls it when that header exists.
+// set on failure. Thread-safe. Built with TASKDB_WITH_ODBC; without it an odbc: URL is refused.
 std::unique_ptr<Connection> connectOdbc(const std::string& url, Error& err);
 
 // Connections of the configured URL (dbconfig::url()), kept for reuse across transactions.

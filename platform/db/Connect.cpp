@@ -9,10 +9,9 @@
 #include "platform/db/PoolInternal.h"
 #include "platform/db/sqlite/Sqlite.h"
 
-// Without the ODBC backend (TASKDB_WITH_ODBC off) an odbc: URL is refused with a clear text.
+// The ODBC backend is compiled exactly when TASKDB_WITH_ODBC is on (platform/CMakeLists.txt).
 #if defined(TASKDB_WITH_ODBC)
 #include "platform/db/odbc/OdbcConnect.h"
-#define TASKDB_HAVE_ODBC_BACKEND 1
 #endif
 
 namespace dbl {
@@ -31,11 +30,12 @@ std::set<std::string>& checkedStores() {
 std::unique_ptr<Connection> connectUnchecked(const std::string& url, Error& err) {
     if (url.compare(0, 7, "sqlite:") == 0) return sqlite::connect(url.substr(7), err);
     if (url.compare(0, 5, "odbc:") == 0) {
-#if defined(TASKDB_HAVE_ODBC_BACKEND)
+#if defined(TASKDB_WITH_ODBC)
         return connectOdbc(url, err);
-#endif
+#else
         err.set(DB_ERR_BAD_URL, "this build has no ODBC backend for [" + url + "]");
         return nullptr;
+#endif
     }
     err.set(DB_ERR_BAD_URL,
             "unknown store URL [" + url + "] (expected sqlite:PATH or odbc:CONNECTION-STRING)");

@@ -21,7 +21,8 @@
 //   rowDelete:    DELETE FROM <name> [WHERE <where>]
 //   procedure open: runs the procedure with the bound inputs (or the argument text)
 //   cursor open:  runs the binding's statement text with its arguments
-// Every value of the raw record and of the where-clause reaches the database as a bound parameter.
+// Values of the raw record are placed into the statement as escaped literals (the where-clause already
+// is); the backends move literals into bound parameters (SQLite always), so no value is parsed as SQL.
 // Fetch fills the raw record column by column: NULL gives 0, the empty text or a cleared date; s<n>
 // keeps at most n-1 bytes, u<n> at most n-1 characters; the indicator array gets -1 for NULL, else
 // the value's full length in bytes (before any truncation) or the size of the integer.

@@ -5,11 +5,8 @@
 #include "platform/db/DBexecute.h"
 #include "platform/db/DBtableImpl.h"
 #include "platform/db/DBtran.h"
-#include "platform/trace/EvDebug.h"
 
 namespace {
-
-constexpr const char* kTrace = "DBtable";
 
 // Runs one write statement: the template `t` with the values that `bind(statement)` binds when the
 // backend keeps templates, else the full text that `literal()` makes. `rows` receives the rows
@@ -30,8 +27,6 @@ int runWrite(DBtran* tran, const dbtable::Template* t, Bind&& bind, Literal&& li
         if (!own) return e.code ? e.code : DB_ERR_NOT_ACTIVE;
         conn = own.get();
     }
-    if (EvDebug::enabled(10))
-        EvDebug::DebugLvl(10, kTrace, "write [%s]: %s", table.c_str(), literal().c_str());
     int rc;
     {
         dbl::StatementPtr st;

@@ -15,7 +15,7 @@ struct EvMessageEntities {
 };
 
 class EvMessageContainer {
-public:
+  public:
     void Clear() {
         m_arguments.clear();
         m_messageId = 0;
@@ -31,7 +31,7 @@ public:
     ArgumentInfo& GetArguments() { return m_arguments; }
     EvMessageEntities& GetEntities() { return m_entities; }
 
-private:
+  private:
     ArgumentInfo m_arguments;
     int m_messageId = 0;
     bool m_flag = false;

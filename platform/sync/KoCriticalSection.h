@@ -12,7 +12,7 @@ using KoCriticalSectionH = boost::interprocess::interprocess_recursive_mutex;
 using KoSemaphoreH = boost::interprocess::interprocess_semaphore;
 
 class KoCriticalSection {
-public:
+  public:
     KoCriticalSection() : m_cs(new (std::nothrow) KoCriticalSectionH) {
         if (!m_cs) throw "Not enough memory to initialize KoCriticalSection";
     }
@@ -33,13 +33,13 @@ public:
     }
     void leave() { m_cs->unlock(); }
 
-private:
+  private:
     KoCriticalSectionH* m_cs;
 };
 
 // Holds a critical section for the lifetime of the object; a null pointer holds nothing.
 class KoCriticalSectionLock {
-public:
+  public:
     explicit KoCriticalSectionLock(KoCriticalSection* cs) : m_cs(cs) {
         if (m_cs) m_cs->enter(true);
     }
@@ -49,12 +49,12 @@ public:
     KoCriticalSectionLock(const KoCriticalSectionLock&) = delete;
     KoCriticalSectionLock& operator=(const KoCriticalSectionLock&) = delete;
 
-private:
+  private:
     KoCriticalSection* m_cs;
 };
 
 class KoSemaphore {
-public:
+  public:
     explicit KoSemaphore(int count) : m_sem(new (std::nothrow) KoSemaphoreH(static_cast<unsigned>(count))) {
         if (!m_sem) throw "Not enough memory to initialize KoSemaphore";
     }
@@ -70,18 +70,18 @@ public:
         for (int i = 0; i < count; ++i) m_sem->post();
     }
 
-private:
+  private:
     KoSemaphoreH* m_sem;
 };
 
 // The semaphore behind the row classes' one-time set-up. release() always releases by one,
 // whatever count it is given.
 class KOSimpleDBSem {
-public:
+  public:
     explicit KOSimpleDBSem(int count) : m_sem(count) {}
     void wait() { m_sem.wait(); }
     void release(int /*ignored*/ = 1) { m_sem.release(1); }
 
-private:
+  private:
     KoSemaphore m_sem;
 };

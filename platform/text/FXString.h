@@ -3,7 +3,7 @@
 #include <string>
 
 class FXString {
-public:
+  public:
     // A null pointer gives the empty text.
     static std::string ToString(const char* text) { return text ? std::string(text) : std::string(); }
     static std::string ToString(const std::string& text) { return text; }

@@ -17,7 +17,7 @@ namespace {
 struct Sink {
     std::mutex mu;
     std::atomic<int> level{5};
-    int fd = -1;          // -1: not open yet or discarded
+    int fd = -1;  // -1: not open yet or discarded
     bool toStderr = false;
     bool configured = false;
     std::string path;
@@ -77,7 +77,9 @@ void emit(int level, long long jobId, const char* name, const char* format, va_l
 
 }  // namespace
 
-bool EvDebug::enabled(int level) { return level <= sink().level.load(std::memory_order_relaxed); }
+bool EvDebug::enabled(int level) {
+    return level <= sink().level.load(std::memory_order_relaxed);
+}
 
 void EvDebug::DebugLvl(int level, const char* name, const char* format, ...) {
     if (!enabled(level)) return;
@@ -121,8 +123,12 @@ void EvEventWrapper::Debug(int level, const char* format, ...) {
 
 namespace evtrace {
 
-void setLevel(int level) { sink().level = level; }
-int level() { return sink().level; }
+void setLevel(int level) {
+    sink().level = level;
+}
+int level() {
+    return sink().level;
+}
 
 void setFile(const std::string& path) {
     Sink& s = sink();

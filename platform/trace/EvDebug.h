@@ -15,7 +15,7 @@
 #include "platform/PlatformExport.h"
 
 class KO_PLATFORM_API EvDebug {
-public:
+  public:
     static constexpr int kErrorLevel = 0;
     static constexpr int kDebugLevel = 1;
 
@@ -51,7 +51,7 @@ KO_PLATFORM_API void formatLine(const EvTraceLine& line, std::string& out);
 // While a capture lives, every line that passes the level filter is also kept in memory.
 // Only one capture may be active at a time; it is not meant for production use.
 class KO_PLATFORM_API Capture {
-public:
+  public:
     explicit Capture(int level = 10);
     ~Capture();
     Capture(const Capture&) = delete;
@@ -61,18 +61,18 @@ public:
     std::vector<EvTraceLine> find(const std::string& needle, const std::string& name = "") const;
     void clear();
 
-private:
+  private:
     int savedLevel_;
 };
 }  // namespace evtrace
 
 // A levelled trace tagged with one operation name (the wrappers log through it).
 class KO_PLATFORM_API EvEventWrapper {
-public:
+  public:
     explicit EvEventWrapper(const char* name) : name_(name) {}
     void Debug(int level, const char* format, ...) KO_PRINTF(3, 4);
     const char* name() const { return name_; }
 
-private:
+  private:
     const char* name_;
 };

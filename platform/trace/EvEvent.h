@@ -7,7 +7,7 @@
 #include "platform/events/EvMessageContainer.h"
 
 class KO_PLATFORM_API EvEvent {
-public:
+  public:
     explicit EvEvent(const char* name = "") : m_name(name ? name : "") {}
     const std::string& name() const { return m_name; }
     void setLocaleId(int localeId) { m_localeId = localeId; }
@@ -18,7 +18,7 @@ public:
         return *this;
     }
 
-private:
+  private:
     std::string m_name;
     int m_localeId = 0;
     EvMessageContainer m_message;

@@ -44,6 +44,9 @@ TEST(Loader, OnlyTheFactoryAndPublicApiAreExported) {
     Library lib;
     ASSERT_NE(lib.handle, nullptr) << dlerror();
     // Implementation classes stay hidden.
-    EXPECT_EQ(dlsym(lib.handle, "_ZN15TaskInterfaceDB6lookupER9_TaskInfoRNSt7__cxx1112basic_stringIcSt11char_traitsIcESaIcEEEPv"),
-              nullptr);
+    EXPECT_EQ(
+        dlsym(
+            lib.handle,
+            "_ZN15TaskInterfaceDB6lookupER9_TaskInfoRNSt7__cxx1112basic_stringIcSt11char_traitsIcESaIcEEEPv"),
+        nullptr);
 }

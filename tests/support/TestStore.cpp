@@ -14,7 +14,7 @@
 namespace {
 
 class SqliteContext : public BackendContext {
-public:
+  public:
     std::string prepare() override {
         static std::atomic<int> counter{0};
         m_path = (std::filesystem::temp_directory_path() /
@@ -30,7 +30,7 @@ public:
         removeFiles();
     }
 
-private:
+  private:
     void removeFiles() {
         for (const char* suffix : {"", "-wal", "-shm"}) std::filesystem::remove(m_path + suffix);
     }
@@ -91,9 +91,12 @@ void runOne(const std::string& sql, F&& row) {
         for (size_t i = 0; i < params.size(); ++i) {
             const auto& p = params[i];
             int idx = static_cast<int>(i) + 1;
-            if (p.type == dbl::Param::kInt) st->bindInt64(idx, p.i);
-            else if (p.type == dbl::Param::kText) st->bindText(idx, p.s);
-            else st->bindNull(idx);
+            if (p.type == dbl::Param::kInt)
+                st->bindInt64(idx, p.i);
+            else if (p.type == dbl::Param::kText)
+                st->bindText(idx, p.s);
+            else
+                st->bindNull(idx);
         }
         int rc = st->step(err);
         ASSERT_TRUE(rc == 0 || rc == 100) << sql << ": " << err.text;

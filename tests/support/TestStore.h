@@ -17,7 +17,7 @@
 #include "TaskInterface.h"
 
 class BackendContext {
-public:
+  public:
     virtual ~BackendContext() = default;
     // The URL of an empty store with the reference schema, ready for one test.
     virtual std::string prepare() = 0;
@@ -30,7 +30,7 @@ std::vector<std::string> testBackends();
 std::unique_ptr<BackendContext> makeBackendContext(const std::string& name);
 
 class StoreTest : public ::testing::TestWithParam<std::string> {
-protected:
+  protected:
     void SetUp() override;
     void TearDown() override;
 
@@ -43,7 +43,7 @@ protected:
     std::string url;
     std::unique_ptr<TaskInterface> ti;
 
-private:
+  private:
     std::unique_ptr<BackendContext> m_context;
 };
 

@@ -1,5 +1,6 @@
 #include "platform/db/sqlite/SqliteCore.h"
 
+#include "platform/db/SqlTokens.h"
 #include "platform/trace/EvDebug.h"
 
 namespace dbl {
@@ -25,6 +26,17 @@ bool fatal(int rc) {
             return false;
     }
 }
+// True when what follows a statement is only blanks, semicolons and comments.
+bool onlyFiller(const char* tail) {
+    if (!tail) return true;
+    std::vector<Token> tokens;
+    std::string err;
+    if (!tokenize(tail, tokens, err)) return false;
+    for (const Token& t : tokens)
+        if (significant(t) && t.kind != Token::Semicolon) return false;
+    return true;
+}
+
 }  // namespace
 
 SqliteCore::~SqliteCore() {
@@ -50,17 +62,11 @@ int SqliteCore::check(int rc, const char* what, Error& err) {
     return code;
 }
 
-StatementPtr SqliteCore::statement(const std::string& key, const std::string& sql, Error& err) {
-    auto it = m_idle.find(key);
-    if (it != m_idle.end() && !it->second.empty()) {
-        sqlite3_stmt* s = it->second.back();
-        it->second.pop_back();
-        --m_idleCount;
-        return StatementPtr(new SqliteStatement(shared_from_this(), s, key));
-    }
+sqlite3_stmt* SqliteCore::prepareOne(const std::string& sql, Error& err) {
     sqlite3_stmt* s = nullptr;
+    const char* tail = nullptr;
     int rc = check(sqlite3_prepare_v3(m_db, sql.c_str(), static_cast<int>(sql.size()),
-                                      SQLITE_PREPARE_PERSISTENT, &s, nullptr),
+                                      SQLITE_PREPARE_PERSISTENT, &s, &tail),
                    "prepare", err);
     if (rc != SQLITE_OK) {
         sqlite3_finalize(s);
@@ -71,7 +77,26 @@ StatementPtr SqliteCore::statement(const std::string& key, const std::string& sq
         err.set(SQLITE_MISUSE, "empty statement");
         return nullptr;
     }
-    return StatementPtr(new SqliteStatement(shared_from_this(), s, key));
+    if (!onlyFiller(tail)) {
+        // SQLite would quietly ignore the rest; a second statement is never run from here.
+        sqlite3_finalize(s);
+        err.set(SQLITE_ERROR, "more than one statement in one call: [" + std::string(tail) + "]");
+        EvDebug::DebugLvl(3, kTrace, "prepare refused: %s", err.text.c_str());
+        return nullptr;
+    }
+    return s;
+}
+
+StatementPtr SqliteCore::statement(const std::string& key, const std::string& sql, Error& err) {
+    auto it = m_idle.find(key);
+    if (it != m_idle.end() && !it->second.empty()) {
+        sqlite3_stmt* s = it->second.back();
+        it->second.pop_back();
+        --m_idleCount;
+        return StatementPtr(new SqliteStatement(shared_from_this(), s, key));
+    }
+    sqlite3_stmt* s = prepareOne(sql, err);
+    return s ? StatementPtr(new SqliteStatement(shared_from_this(), s, key)) : nullptr;
 }
 
 void SqliteCore::recycle(const std::string& key, sqlite3_stmt* stmt) {
@@ -94,20 +119,8 @@ StatementPtr SqliteCore::keptTemplate(int id) {
 }
 
 StatementPtr SqliteCore::templateStatement(int id, const std::string& sql, Error& err) {
-    sqlite3_stmt* s = nullptr;
-    int rc = check(sqlite3_prepare_v3(m_db, sql.c_str(), static_cast<int>(sql.size()),
-                                      SQLITE_PREPARE_PERSISTENT, &s, nullptr),
-                   "prepare", err);
-    if (rc != SQLITE_OK) {
-        sqlite3_finalize(s);
-        EvDebug::DebugLvl(5, kTrace, "statement not prepared: %s", sql.c_str());
-        return nullptr;
-    }
-    if (!s) {
-        err.set(SQLITE_MISUSE, "empty statement");
-        return nullptr;
-    }
-    return StatementPtr(new SqliteStatement(shared_from_this(), s, id));
+    sqlite3_stmt* s = prepareOne(sql, err);
+    return s ? StatementPtr(new SqliteStatement(shared_from_this(), s, id)) : nullptr;
 }
 
 void SqliteCore::recycleTemplate(int id, sqlite3_stmt* stmt) {

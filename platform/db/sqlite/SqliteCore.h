@@ -35,6 +35,8 @@ class SqliteCore : public std::enable_shared_from_this<SqliteCore> {
     // be trusted, marks the connection broken.
     int check(int rc, const char* what, Error& err);
 
+    // Prepares `sql`, which must hold exactly one statement. Null with err set otherwise.
+    sqlite3_stmt* prepareOne(const std::string& sql, Error& err);
     // A statement for `key`, from the cache or prepared from `sql` (which is the key itself for the
     // library's translated statements). Null with err set on failure.
     StatementPtr statement(const std::string& key, const std::string& sql, Error& err);
