@@ -41,6 +41,9 @@ class Statement {
     // The defaults ask columnIsNull and then for the value.
     virtual bool readInt64(int col, long long& out);
     virtual bool readText(int col, std::string& out);
+    // A text column into `buffer` of `room` bytes (room > 0): at most room-1 bytes and a terminating
+    // zero; `length` gets the text's full length. False for NULL (buffer untouched).
+    virtual bool readChars(int col, char* buffer, size_t room, size_t& length);
     // Rows changed by a statement that has run to completion.
     virtual long long changes() = 0;
     // Gives the statement back to its connection (kept for reuse or destroyed).

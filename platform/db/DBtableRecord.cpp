@@ -104,24 +104,24 @@ void DBtable::Impl::fillRecord(dbl::Statement& st) {
                 break;
             }
             case 's':
-            case 'u': {
-                if (present && st.readText(i, text))
-                    indicator = static_cast<long long>(text.size());
-                else
-                    text.clear();
-                if (c.letter == 's' && c.width > 0) {
-                    size_t n = text.size() < static_cast<size_t>(c.width) - 1
-                                   ? text.size()
-                                   : static_cast<size_t>(c.width) - 1;
-                    std::memcpy(p, text.data(), n);
-                    p[n] = '\0';
-                } else {
-                    auto* s = reinterpret_cast<std::string*>(p);
-                    if (c.letter == 'u' && c.width > 0)
-                        s->assign(text, 0, utf8Prefix(text, static_cast<size_t>(c.width) - 1));
+                if (c.width > 0) {
+                    // Straight into the buffer: at most width-1 bytes; the indicator has the full length.
+                    size_t length = 0;
+                    if (present && st.readChars(i, p, static_cast<size_t>(c.width), length))
+                        indicator = static_cast<long long>(length);
                     else
-                        s->swap(text);
+                        p[0] = '\0';
+                    break;
                 }
+                [[fallthrough]];
+            case 'u': {
+                auto* s = reinterpret_cast<std::string*>(p);
+                if (present && st.readText(i, *s))
+                    indicator = static_cast<long long>(s->size());
+                else
+                    s->clear();
+                if (c.letter == 'u' && c.width > 0)
+                    s->resize(utf8Prefix(*s, static_cast<size_t>(c.width) - 1));
                 break;
             }
             default:

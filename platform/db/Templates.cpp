@@ -1,5 +1,6 @@
 // Statement templates: one number per distinct text for the life of the process; and the defaults of
 // the backend interface's optional members.
+#include <cstring>
 #include <mutex>
 #include <unordered_map>
 
@@ -20,6 +21,16 @@ bool Statement::readInt64(int col, long long& out) {
 bool Statement::readText(int col, std::string& out) {
     if (columnIsNull(col)) return false;
     columnText(col, out);
+    return true;
+}
+
+bool Statement::readChars(int col, char* buffer, size_t room, size_t& length) {
+    std::string text;
+    if (!readText(col, text)) return false;
+    length = text.size();
+    const size_t n = length < room - 1 ? length : room - 1;
+    std::memcpy(buffer, text.data(), n);
+    buffer[n] = '\0';
     return true;
 }
 

@@ -1,5 +1,7 @@
 #include "platform/db/sqlite/SqliteCore.h"
 
+#include <cstring>
+
 #include "platform/db/SqlTokens.h"
 #include "platform/trace/EvDebug.h"
 
@@ -244,6 +246,17 @@ bool SqliteStatement::readText(int col, std::string& out) {
         out.assign(reinterpret_cast<const char*>(p), static_cast<size_t>(sqlite3_value_bytes(v)));
     else
         out.clear();
+    return true;
+}
+
+bool SqliteStatement::readChars(int col, char* buffer, size_t room, size_t& length) {
+    sqlite3_value* v = sqlite3_column_value(m_stmt, col);
+    if (sqlite3_value_type(v) == SQLITE_NULL) return false;
+    const unsigned char* p = sqlite3_value_text(v);
+    length = p ? static_cast<size_t>(sqlite3_value_bytes(v)) : 0;
+    const size_t n = length < room - 1 ? length : room - 1;
+    if (n) std::memcpy(buffer, p, n);
+    buffer[n] = '\0';
     return true;
 }
 

@@ -83,6 +83,7 @@ class SqliteStatement : public Statement {
     void columnText(int col, std::string& out) override;
     bool readInt64(int col, long long& out) override;
     bool readText(int col, std::string& out) override;
+    bool readChars(int col, char* buffer, size_t room, size_t& length) override;
     long long changes() override { return m_changes; }
     void release() override;
 
