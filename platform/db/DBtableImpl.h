@@ -85,7 +85,7 @@ struct DBtable::Impl {
     const Template& templateFor(Form form);
     // Binds every column but the identity, from the raw record, to markers `first` on; returns the next
     // free marker.
-    int bindRecord(dbl::Statement& st, int first) const;
+    int bindRecord(dbl::Statement& st, int first);
 
     // The statement text of a table select, with the where-clause and order.
     std::string selectText() const;

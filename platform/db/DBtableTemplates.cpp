@@ -88,12 +88,13 @@ const dbtable::Template& DBtable::Impl::templateFor(Form form) {
 
 // The same values that the literal form of the record gives the translation, so both reach the
 // database alike: numbers, texts (s<n> up to its terminator), dates as their text or NULL.
-int DBtable::Impl::bindRecord(dbl::Statement& st, int first) const {
+int DBtable::Impl::bindRecord(dbl::Statement& st, int first) {
     int index = first;
     std::string text;
+    const int identity = identityPosition();
     for (int i = 0; i < columnCount; ++i) {
         const DBcolumn& c = columns[i];
-        if (!identityColumn.empty() && identityColumn == c.name) continue;
+        if (i == identity) continue;
         const char* p = field(record, c);
         switch (c.letter) {
             case 'i':
