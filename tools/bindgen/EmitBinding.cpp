@@ -111,12 +111,16 @@ void emitBinding(std::ostream& h, const Object& o) {
       << "    // The row object, or null when row objects are off.\n"
       << "    " << n << "_t2* getRow() { return m_row; }\n";
     if (o.kind == Kind::Procedure) h << "    const char* getSignature() const { return m_signature; }\n";
-    h << "    // Resets the record and the indicators for the next fetch.\n"
+    h << "    // Resets the record and the indicators for the next fetch (rebuilt in place: one pass over it).\n"
       << "    void dataBindClear() {\n"
-      << "        m_data = " << n << "_t();\n"
+      << "        m_data.~" << n << "_t();\n"
+      << "        new (&m_data) " << n << "_t();\n"
       << "        for (long long& i : m_indicators) i = 0;\n"
       << "    }\n"
-      << "    void dataBindClearFirstTime() { dataBindClear(); }\n";
+      << "    // The constructor's reset: the record was built zeroed just before, so only the indicators.\n"
+      << "    void dataBindClearFirstTime() {\n"
+      << "        for (long long& i : m_indicators) i = 0;\n"
+      << "    }\n";
     if (!table) emitSetValues(h, o);
     h << "\nprivate:\n";
     if (o.kind == Kind::Cursor)
