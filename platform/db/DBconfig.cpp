@@ -1,5 +1,6 @@
 #include "platform/db/DBconfig.h"
 
+#include <atomic>
 #include <cstdlib>
 #include <mutex>
 
@@ -16,7 +17,14 @@ std::string& overrideUrl() {
     static std::string* u = new std::string;  // read by connections closed during static destruction
     return *u;
 }
+// Changed with the override, under mu(): 0 while there is none, else a number no earlier override had.
+std::atomic<unsigned> g_overrideGeneration{0};
+unsigned g_lastGeneration = 0;
 }  // namespace
+
+unsigned overrideGeneration() {
+    return g_overrideGeneration.load(std::memory_order_acquire);
+}
 
 std::string url() {
     {
@@ -29,7 +37,7 @@ std::string url() {
 }
 
 bool urlIs(const std::string& candidate) {
-    {
+    if (overrideGeneration() != 0) {
         std::lock_guard<std::mutex> lock(mu());
         if (!overrideUrl().empty()) return overrideUrl() == candidate;
     }
@@ -42,6 +50,7 @@ void setUrl(const std::string& u) {
     {
         std::lock_guard<std::mutex> lock(mu());
         overrideUrl() = u;
+        g_overrideGeneration.store(u.empty() ? 0 : ++g_lastGeneration, std::memory_order_release);
     }
     dbl::poolCloseIdle();
 }

@@ -25,7 +25,8 @@ struct Pool {
     std::atomic<bool> forked{false};  // set in a child of fork() until the child's first pool call
     // Every URL seen, by number: connections carry the number, so no text is copied per call.
     std::vector<std::string> urls;
-    int current = -1;  // the number of the URL in force when last asked
+    int current = -1;              // the number of the URL in force when last asked
+    unsigned currentOverride = 0;  // the override generation it was taken under (0: none)
     std::vector<std::pair<int, std::unique_ptr<Connection>>> idle;
     std::vector<std::pair<const Connection*, int>> lent;  // URL of every connection handed out
     std::unordered_set<const Connection*> inherited;      // lent by the parent before fork()
@@ -65,10 +66,21 @@ int internLocked(Pool& p, const std::string& url) {
     return static_cast<int>(p.urls.size() - 1);
 }
 
+// Whether URL number `url` is the URL in force: known without a look at the texts while the
+// override that made it current is still in place.
+bool inForceLocked(const Pool& p, int url) {
+    if (url < 0) return false;
+    const unsigned generation = dbconfig::overrideGeneration();
+    if (generation != 0 && url == p.current && generation == p.currentOverride) return true;
+    return dbconfig::urlIs(p.urls[static_cast<size_t>(url)]);
+}
+
 // The number of the URL in force; the text is copied only when it has changed.
 int currentLocked(Pool& p) {
-    if (p.current >= 0 && dbconfig::urlIs(p.urls[static_cast<size_t>(p.current)])) return p.current;
+    if (inForceLocked(p, p.current)) return p.current;
+    const unsigned generation = dbconfig::overrideGeneration();
     p.current = internLocked(p, dbconfig::url());
+    p.currentOverride = generation;
     return p.current;
 }
 
@@ -116,7 +128,7 @@ void giveBack(std::unique_ptr<Connection> conn) {
     const int url = it->second;
     *it = p.lent.back();
     p.lent.pop_back();
-    if (conn->broken() || !dbconfig::urlIs(p.urls[static_cast<size_t>(url)]) || p.idle.size() >= kMaxIdle) {
+    if (conn->broken() || !inForceLocked(p, url) || p.idle.size() >= kMaxIdle) {
         doomed = std::move(conn);
         return;
     }

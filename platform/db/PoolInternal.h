@@ -21,4 +21,7 @@ void forgetCheckedStores();
 namespace dbconfig {
 // Whether `url` is the URL in force (what url() would return), without copying it.
 bool urlIs(const std::string& url);
+// 0 while no URL override is set; else a number that changes with every setUrl, so that the URL in
+// force is known to be unchanged without comparing texts. Lock-free.
+unsigned overrideGeneration();
 }  // namespace dbconfig
