@@ -60,8 +60,12 @@ struct DBtable::Impl {
     // ---- inputs
     std::vector<std::unique_ptr<KODBDataTypeBase>> inputs;
     std::string valuesText;
+    dbl::Clause valuesClause;  // the first argument text as format and arguments, until it is needed as text
+    bool valuesPending = false;  // valuesClause holds text not yet added to valuesText
     bool valuesBound = false;
     bool valuesUsed = false;  // an open read the text: the next CallDBsprintfWrapper starts anew
+    // The argument text, with what valuesClause holds added.
+    const std::string& valuesTextNow();
 
     // Records a failure and returns its code.
     int fail(int code, const std::string& text) {

@@ -116,6 +116,7 @@ void DBtable::valuesClauseCheck(unsigned long room) {
     Impl& m = *m_impl;
     if (m.valuesUsed) {
         m.valuesText.clear();
+        m.valuesPending = false;
         m.valuesUsed = false;
     }
     m.valuesText.reserve(m.valuesText.size() + room);
@@ -125,20 +126,29 @@ void DBtable::querySizeCheck(unsigned long room, bool) {
     m_impl->where.reserve(room);
 }
 
+// The first text after an open is kept as format and arguments, so that an open can bind the values
+// without writing and reading back the text; a second text joins them as text.
 void DBtable::CallDBsprintfWrapper(const char* format, ...) {
     Impl& m = *m_impl;
     if (m.valuesUsed) {
         m.valuesText.clear();
+        m.valuesPending = false;
         m.valuesUsed = false;
     }
     va_list args;
     va_start(args, format);
-    m.valuesText += DBvformat(format, args);
+    if (m.valuesText.empty() && !m.valuesPending) {
+        m.valuesClause.set(format, args);
+        m.valuesPending = true;
+    } else {
+        m.valuesTextNow();
+        m.valuesText += DBvformat(format, args);
+    }
     va_end(args);
 }
 
 const std::string& DBtable::getValuesText() const {
-    return m_impl->valuesText;
+    return m_impl->valuesTextNow();
 }
 void DBtable::setValuesBound(bool bound) {
     m_impl->valuesBound = bound;
@@ -147,18 +157,41 @@ bool DBtable::valuesBound() const {
     return m_impl->valuesBound;
 }
 
+const std::string& DBtable::Impl::valuesTextNow() {
+    if (valuesPending) {
+        valuesText += valuesClause.text();
+        valuesPending = false;
+    }
+    return valuesText;
+}
+
+namespace {
+// True for a template that is nothing but its markers: "?", "?,?", "?, ?, ?".
+bool onlyMarkers(const std::string& templ) {
+    for (char c : templ)
+        if (c != '?' && c != ',' && c != ' ') return false;
+    return true;
+}
+}  // namespace
+
 int DBtable::Impl::inputParams(std::vector<dbl::Param>& params) {
     if (valuesBound) {
         for (const auto& v : inputs) params.push_back(paramFor(*v));
         return 0;
     }
+    // Arguments that are all values need no round trip through their text.
+    if (valuesPending && valuesText.empty() && valuesClause.templated() &&
+        onlyMarkers(valuesClause.templateText())) {
+        valuesClause.params(params);
+        return 0;
+    }
     std::string why;
-    if (!parseArguments(valuesText, params, why)) return fail(DB_ERR_BAD_ARGUMENTS, why);
+    if (!parseArguments(valuesTextNow(), params, why)) return fail(DB_ERR_BAD_ARGUMENTS, why);
     return 0;
 }
 
 int DBtable::Impl::cursorText(std::string& sql) {
-    if (!valuesText.empty() && !valuesBound) {
+    if (!valuesTextNow().empty() && !valuesBound) {
         sql = valuesText;
     } else if (valuesBound) {
         std::vector<dbl::Param> values;
