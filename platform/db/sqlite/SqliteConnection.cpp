@@ -1,4 +1,6 @@
 // dbl::Connection over the sqlite3 C API.
+#include <unordered_map>
+
 #include "platform/db/DBerrors.h"
 #include "platform/db/Dialect.h"
 #include "platform/db/sqlite/Procedures.h"
@@ -68,7 +70,12 @@ class SqliteConnection : public Connection {
                                               std::to_string(argCount) + " given");
             return nullptr;
         }
-        return m_core->statement(kProcedureKey + name, p->sql, err);
+        // Kept like a template under a number of its own, found by the procedure's entry.
+        thread_local std::unordered_map<const Procedure*, int> ids;
+        auto it = ids.find(p);
+        if (it == ids.end()) it = ids.emplace(p, templateId(kProcedureKey + name)).first;
+        if (StatementPtr kept = m_core->keptTemplate(it->second)) return kept;
+        return m_core->templateStatement(it->second, p->sql, err);
     }
 
     int executeNative(const std::string& sql, Error& err) override {
