@@ -1,6 +1,8 @@
 #include "utilities/BasicConversion.h"
 
+#include <cctype>
 #include <cstdio>
+#include <cstdlib>
 
 namespace {
 
@@ -12,6 +14,21 @@ void format(std::string& text, const char* fmt, T value) {
     char buffer[kBufferSize];
     std::snprintf(buffer, sizeof buffer, fmt, value);
     text = buffer;
+}
+
+// Reads a number as sscanf's "%lld" and "%llu" do (glibc scans those with strtoll and strtoull),
+// without starting the scanner: task readers convert a number text on every row.
+// EOF for empty or blank text, 0 when no number starts it, 1 when one was stored.
+template <typename T>
+int scanInteger(T& value, const std::string& text, T (*parse)(const char*, char**, int)) {
+    const char* p = text.c_str();
+    while (std::isspace(static_cast<unsigned char>(*p))) ++p;
+    if (*p == '\0') return EOF;
+    char* end = nullptr;
+    const T v = parse(p, &end, 10);
+    if (end == p) return 0;
+    value = v;
+    return 1;
 }
 
 }  // namespace
@@ -35,10 +52,10 @@ int BasicConversion::fromString(unsigned long& value, const std::string& text) {
     return std::sscanf(text.c_str(), "%lu", &value);
 }
 int BasicConversion::fromString(long long& value, const std::string& text) {
-    return std::sscanf(text.c_str(), "%lld", &value);
+    return scanInteger<long long>(value, text, std::strtoll);
 }
 int BasicConversion::fromString(unsigned long long& value, const std::string& text) {
-    return std::sscanf(text.c_str(), "%llu", &value);
+    return scanInteger<unsigned long long>(value, text, std::strtoull);
 }
 int BasicConversion::fromString(float& value, const std::string& text) {
     return std::sscanf(text.c_str(), "%f", &value);

@@ -1,5 +1,6 @@
 // Between the raw record and the statements: a fetched row into the record, the record into the
 // values of an insert or update (as escaped literals, which the backend turns into parameters).
+#include <algorithm>
 #include <cstring>
 
 #include "platform/db/DBformat.h"
@@ -7,9 +8,6 @@
 
 namespace {
 
-char* field(void* record, const DBcolumn& c) {
-    return static_cast<char*>(record) + c.offset;
-}
 const char* field(const void* record, const DBcolumn& c) {
     return static_cast<const char*>(record) + c.offset;
 }
@@ -63,80 +61,112 @@ int DBtable::Impl::identityPosition() {
     return identityAt;
 }
 
+namespace {
+
+// A column the statement did not return: the field is emptied.
+void clearField(const DBcolumn& c, char* p) {
+    switch (c.letter) {
+        case 'i':
+            *reinterpret_cast<int*>(p) = 0;
+            break;
+        case 'b':
+        case 'x':
+            *reinterpret_cast<long long*>(p) = 0;
+            break;
+        case 't':
+            reinterpret_cast<DB_DATETIME*>(p)->clear();
+            break;
+        case 's':
+            if (c.width > 0) {
+                p[0] = '\0';
+                break;
+            }
+            [[fallthrough]];
+        case 'u':
+            reinterpret_cast<std::string*>(p)->clear();
+            break;
+        default:
+            break;
+    }
+}
+
+// Column `i` of the current row into its field of any kind but 'i'; returns its indicator (-1: NULL).
+long long readField(dbl::Statement& st, int i, const DBcolumn& c, char* p, std::string& text) {
+    switch (c.letter) {
+        case 'b':
+        case 'x': {
+            long long v = 0;
+            const bool value = st.readInt64(i, v);
+            *reinterpret_cast<long long*>(p) = v;
+            return value ? static_cast<long long>(sizeof(long long)) : -1;
+        }
+        case 't': {
+            auto* d = reinterpret_cast<DB_DATETIME*>(p);
+            if (!st.readText(i, text)) {
+                d->clear();
+                return -1;
+            }
+            if (!DBparseDate(text, *d)) d->clear();
+            return static_cast<long long>(text.size());
+        }
+        case 's':
+            if (c.width > 0) {
+                // Straight into the buffer: at most width-1 bytes; the indicator has the full length.
+                size_t length = 0;
+                if (st.readChars(i, p, static_cast<size_t>(c.width), length))
+                    return static_cast<long long>(length);
+                p[0] = '\0';
+                return -1;
+            }
+            [[fallthrough]];
+        case 'u': {
+            auto* s = reinterpret_cast<std::string*>(p);
+            long long indicator = -1;
+            if (st.readText(i, *s))
+                indicator = static_cast<long long>(s->size());
+            else
+                s->clear();
+            if (c.letter == 'u' && c.width > 0) s->resize(utf8Prefix(*s, static_cast<size_t>(c.width) - 1));
+            return indicator;
+        }
+        default:
+            return -1;
+    }
+}
+
+}  // namespace
+
 void DBtable::Impl::fillRecord(dbl::Statement& st) {
     hasRowIdentity = false;
     if (!record) return;
-    const int available = st.columnCount();
     const int identity = identityPosition();
+    const int available = std::min(columnCount, st.columnCount());
+    const DBcolumn* const cols = columns;
+    long long* const ind = indicators;
+    char* const base = static_cast<char*>(record);
     std::string text;
-    for (int i = 0; i < columnCount; ++i) {
-        const DBcolumn& c = columns[i];
-        char* p = field(record, c);
-        const bool present = i < available;
-        long long indicator = -1;
-        switch (c.letter) {
-            case 'i':
-            case 'b':
-            case 'x': {
-                long long v = 0;
-                const bool value = present && st.readInt64(i, v);
-                if (c.letter == 'i') {
-                    *reinterpret_cast<int*>(p) = static_cast<int>(v);
-                    if (value) indicator = sizeof(int);
-                } else {
-                    *reinterpret_cast<long long*>(p) = v;
-                    if (value) indicator = sizeof(long long);
-                }
-                if (value && i == identity) {
-                    rowIdentity = v;
-                    hasRowIdentity = true;
-                }
-                break;
-            }
-            case 't': {
-                auto* d = reinterpret_cast<DB_DATETIME*>(p);
-                if (!present || !st.readText(i, text)) {
-                    d->clear();
-                    break;
-                }
-                if (!DBparseDate(text, *d)) d->clear();
-                indicator = static_cast<long long>(text.size());
-                break;
-            }
-            case 's':
-                if (c.width > 0) {
-                    // Straight into the buffer: at most width-1 bytes; the indicator has the full length.
-                    size_t length = 0;
-                    if (present && st.readChars(i, p, static_cast<size_t>(c.width), length))
-                        indicator = static_cast<long long>(length);
-                    else
-                        p[0] = '\0';
-                    break;
-                }
-                [[fallthrough]];
-            case 'u': {
-                auto* s = reinterpret_cast<std::string*>(p);
-                if (present && st.readText(i, *s))
-                    indicator = static_cast<long long>(s->size());
-                else
-                    s->clear();
-                if (c.letter == 'u' && c.width > 0)
-                    s->resize(utf8Prefix(*s, static_cast<size_t>(c.width) - 1));
-                break;
-            }
-            default:
-                break;
-        }
-        // An identity kept in a column of another kind is still read as a number.
-        if (i == identity && !hasRowIdentity && c.letter != 'i' && c.letter != 'b' && c.letter != 'x' &&
-            present) {
+    for (int i = 0; i < available; ++i) {
+        const DBcolumn& c = cols[i];
+        long long indicator;
+        if (c.letter == 'i') {
+            // Most columns are numbers kept in an int: they skip the general path.
             long long v = 0;
-            if (st.readInt64(i, v)) {
-                rowIdentity = v;
-                hasRowIdentity = true;
-            }
+            indicator = st.readInt64(i, v) ? static_cast<long long>(sizeof(int)) : -1;
+            *reinterpret_cast<int*>(base + c.offset) = static_cast<int>(v);
+        } else {
+            indicator = readField(st, i, c, base + c.offset, text);
         }
-        if (indicators) indicators[i] = indicator;
+        if (ind) ind[i] = indicator;
+    }
+    for (int i = available; i < columnCount; ++i) {
+        clearField(cols[i], base + cols[i].offset);
+        if (ind) ind[i] = -1;
+    }
+    // The row's identity, for an update positioned on it; read as a number whatever its column's kind.
+    long long v = 0;
+    if (identity >= 0 && identity < available && st.readInt64(identity, v)) {
+        rowIdentity = v;
+        hasRowIdentity = true;
     }
 }
 
