@@ -88,23 +88,8 @@ TEST(Clause, TemplatesOnlyValuesThatStandAloneAsLiterals) {
     }
 }
 
-TEST(Clause, NullTextEmptyClausesAndReusedFormatBuffers) {
-    const char* volatile name = nullptr;  // hidden from the compiler's format checks
-    dbl::Clause nulls = clause("name = N'%s'", name);
-    EXPECT_EQ(nulls.text(), "name = N'(null)'");
-    std::vector<dbl::Param> params;
-    nulls.params(params);
-    ASSERT_EQ(params.size(), 1u);
-    EXPECT_EQ(params[0].s, "(null)");
-
-    dbl::Clause empty;
-    EXPECT_TRUE(empty.templated() && empty.empty());
-    empty.setText("a = 1");
-    EXPECT_FALSE(empty.templated());
-    empty.setText("");
-    EXPECT_TRUE(empty.templated());
-
-    // A format buffer reused with other contents is analysed again, not taken for the old one.
+TEST(Clause, AReusedFormatBufferIsAnalysedAgain) {
+    // The same buffer with other contents must not be taken for the format analysed before.
     char format[64];
     std::strcpy(format, "id = %d");
 #pragma GCC diagnostic push

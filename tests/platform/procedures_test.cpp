@@ -70,7 +70,6 @@ class ProcedureTest : public PlatformTest {
         exec(
             "INSERT INTO TM_SubTaskOptions (subTaskId, optionId, value) VALUES (300, 7, 'yes'), "
             "(300, 1, '0'), (300, 8, '1'), (100, 6, ''), (100, 2, '1'), (101, 1, '1'), (-5, 7, 'x')");
-        exec("INSERT INTO TM_SubTaskXMLOptions (subTaskId, xmlValue) VALUES (100, N'<xml a=''1''/>')");
     }
 
     Rows options(const char* name, const std::string& args) {
@@ -95,25 +94,6 @@ TEST_F(ProcedureTest, JobOptionsJoinTheJobsOwnAndItsSubtasksRows) {
     EXPECT_EQ(options("TM_GetAllJobOptions", "12345"), Rows{});
     EXPECT_EQ(options("TM_GetAllFileOptions", "8,150001,150014"), (Rows{{20, "/a"}, {21, "/b"}, {22, "/c"}}));
     EXPECT_EQ(options("TM_GetAllFileOptions", "8,150005,0"), (Rows{{21, "/b"}}));
-}
-
-TEST_F(ProcedureTest, JobListsAndXmlOptions) {
-    BigProc list("TM_GetJobListFromTaskId", nullptr, kBigCols, 1);
-    list.CallDBsprintfWrapper("%d", 10);
-    std::vector<long long> jobs;
-    int rows = 0, rc;
-    while ((rc = getNextRow(&list, &rows, -1, 0)) == 0) jobs.push_back(list.rec.value);
-    EXPECT_EQ(jobs, (std::vector<long long>{7, 8, 5000000001LL}));
-    // One binding given new argument text per run; a quoted text where a number belongs matches
-    // nothing, its quotes staying inside the literal.
-    TextProc xml("TM_GetXMLJobOptions", nullptr, kTextCols, 1);
-    const char* const runs[][3] = {{"%s", "5000000001", "<xml a='1'/>"}, {"'%s'", "7' OR '1'='1", ""}};
-    for (const auto& [format, args, expected] : runs) {
-        xml.CallDBsprintfWrapper(format, args);
-        std::string text = "stale";
-        EXPECT_EQ(xml.fetchText(text), 0) << args;
-        EXPECT_EQ(text, expected) << args;
-    }
 }
 
 TEST_F(ProcedureTest, BitAndExtendedOptionsByKind) {
