@@ -12,17 +12,18 @@
 #include "platform/db/DBschema.h"
 #include "platform/db/sqlite/Sqlite.h"
 
+namespace {
 const DBcolumn kWidgetColumns[kWidgetColumnCount] = {
     {"id", 'i', 0, offsetof(Widget_t, id)},       {"big", 'b', 0, offsetof(Widget_t, big)},
     {"name", 's', 8, offsetof(Widget_t, name)},   {"note", 's', 0, offsetof(Widget_t, note)},
     {"label", 'u', 5, offsetof(Widget_t, label)}, {"whenAt", 't', 0, offsetof(Widget_t, whenAt)},
     {"stamp", 'x', 0, offsetof(Widget_t, stamp)},
 };
+}  // namespace
 
 Widget::Widget(DBtran* tran) : DBtable("Widget", 0, tran) {
     setKind(kTable);
     setColumnList("id, big, name, note, label, whenAt, stamp");
-    setDescription("Table Widget");
     setIdentity("id", 0, &rec.id);
     setOrderBy("id");
     setRecord(&rec, kWidgetColumns, kWidgetColumnCount);
@@ -47,10 +48,10 @@ void PlatformTest::SetUp() {
     url = "sqlite:" + path;
     std::string err;
     ASSERT_EQ(DBinitSchema(url, &err), 0) << err;
-    static const DBschemaColumn cols[] = {{"id", 'i', 0},   {"big", 'b', 0},   {"name", 's', 8},
-                                          {"note", 's', 0}, {"label", 'u', 5}, {"whenAt", 't', 0},
-                                          {"stamp", 'x', 0}};
-    const DBschemaTable widget{"Widget", cols, 7, "id", "id"};
+    DBschemaColumn cols[kWidgetColumnCount];
+    for (int i = 0; i < kWidgetColumnCount; ++i)
+        cols[i] = {kWidgetColumns[i].name, kWidgetColumns[i].letter, kWidgetColumns[i].width};
+    const DBschemaTable widget{"Widget", cols, kWidgetColumnCount, "id", "id"};
     dbl::Error e;
     auto conn = dbl::sqlite::connect(path, e);
     ASSERT_NE(conn, nullptr) << e.text;

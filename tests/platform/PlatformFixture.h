@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <string>
 
+#include "db/KODBDataType.h"
 #include "platform/db/DBtable.h"
 #include "platform/db/DBtypes.h"
 
@@ -18,15 +19,12 @@ struct Widget_t {
     DB_DATETIME whenAt;   // t
     long long stamp = 0;  // x
 };
-
 constexpr int kWidgetColumnCount = 7;
-extern const DBcolumn kWidgetColumns[kWidgetColumnCount];
 
 // The table binding of Widget, as the generator would write it.
 class Widget : public DBtable {
   public:
     explicit Widget(DBtran* tran);
-    Widget_t* getDataPtr() { return &rec; }
     Widget_t rec;
     long long indicators[kWidgetColumnCount] = {};
 };
@@ -52,3 +50,14 @@ class PlatformTest : public ::testing::Test {
 // A unique path for a store file in the temp directory; removeStore deletes it with its WAL files.
 std::string tempStorePath(const std::string& tag);
 void removeStore(const std::string& path);
+
+// Value objects for DBtable::BindInput, made the way procedure bindings make them; the table owns them.
+inline KODBDataTypeBase* makeInt(int v) {
+    return new KODBPrimitiveType<int, &KODB_int_format, 1>(v);
+}
+inline KODBDataTypeBase* makeBig(long long v) {
+    return new KODBPrimitiveType<long long, &KODB___int64_format, 4>(v);
+}
+inline KODBDataTypeBase* makeText(const char* v) {
+    return v ? new KODB_string(v) : new KODB_string();
+}

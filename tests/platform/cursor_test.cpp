@@ -2,7 +2,6 @@
 #include <gtest/gtest.h>
 
 #include "PlatformFixture.h"
-#include "TestValues.h"
 #include "platform/db/DBerrors.h"
 #include "platform/db/DBformat.h"
 
@@ -13,26 +12,23 @@ struct Note_t {
 };
 const DBcolumn kNoteCols[] = {{"note", 's', 0, offsetof(Note_t, note)},
                               {"big", 'b', 0, offsetof(Note_t, big)}};
-const char* const kStatement = "SELECT note, big FROM Widget WHERE big >= %d AND name <> N'%s' ORDER BY big";
 
 class NoteCursor : public DBtable {
   public:
-    NoteCursor() : DBtable("NoteCursor", 0, nullptr) {
+    explicit NoteCursor(const char* statement) : DBtable("NoteCursor", 0, nullptr) {
         setKind(kCursor);
-        setDescription("Cursor NoteCursor");
-        setStatementText(kStatement);
+        setStatementText(statement);
         setRecord(&rec, kNoteCols, 2);
+    }
+    std::vector<long long> bigs() {
+        std::vector<long long> out;
+        int rows = 0, rc;
+        while ((rc = getNextRow(this, &rows, -1, 0)) == 0) out.push_back(rec.big);
+        EXPECT_EQ(rc, DB_NO_DATA) << getErrorStr(rc);
+        return out;
     }
     Note_t rec;
 };
-
-std::vector<long long> bigs(NoteCursor& c) {
-    std::vector<long long> out;
-    int rows = 0, rc;
-    while ((rc = getNextRow(&c, &rows, -1, 0)) == 0) out.push_back(c.rec.big);
-    EXPECT_EQ(rc, DB_NO_DATA) << c.getErrorStr(rc);
-    return out;
-}
 }  // namespace
 
 using CursorTest = PlatformTest;
@@ -41,35 +37,32 @@ TEST_F(CursorTest, StatementTextFilledFromArgumentsOrValues) {
     addWidget(1, "o'x", "one");
     addWidget(2, "b", "two");
     addWidget(3, "c", "three");
+    const char* const statement =
+        "SELECT note, big FROM Widget WHERE big >= %d AND name <> N'%s' ORDER BY big";
 
-    NoteCursor text;
-    text.CallDBsprintfWrapper(kStatement, 2, "o'x");
-    EXPECT_EQ(bigs(text), (std::vector<long long>{2, 3}));
-    text.CallDBsprintfWrapper(kStatement, 0, "c");
-    EXPECT_EQ(bigs(text), (std::vector<long long>{1, 2}));
-
-    NoteCursor bound;
+    NoteCursor text(statement);
+    text.CallDBsprintfWrapper(statement, 2, "o'x");
+    EXPECT_EQ(text.bigs(), (std::vector<long long>{2, 3}));
+    NoteCursor bound(statement);
     bound.BindInput(makeInt(1));
     bound.BindInput(makeText("b"));
     bound.setValuesBound(true);
-    EXPECT_EQ(bigs(bound), (std::vector<long long>{1, 3}));
+    EXPECT_EQ(bound.bigs(), (std::vector<long long>{1, 3}));
 
     // A date value binds in the store's text form.
     Widget w(nullptr);
     w.rec.big = 4;
     ASSERT_TRUE(DBparseDate("2021-07-08 09:10:11", w.rec.whenAt));
     ASSERT_EQ(w.rowInsert(true), 0);
-    NoteCursor dated;
-    dated.setStatementText("SELECT note, big FROM Widget WHERE whenAt = N'%s'");
+    NoteCursor dated("SELECT note, big FROM Widget WHERE whenAt = N'%s'");
     KOTIMESTAMP_STRUCT ts;
     ts.year = 2021, ts.month = 7, ts.day = 8, ts.hour = 9, ts.minute = 10, ts.second = 11;
     dated.BindInput(new KODB_datetime(ts));
     dated.setValuesBound(true);
-    EXPECT_EQ(bigs(dated), (std::vector<long long>{4}));
+    EXPECT_EQ(dated.bigs(), (std::vector<long long>{4}));
 
-    NoteCursor none;  // no arguments: the statement text as it is, which is not valid SQL here
+    NoteCursor none(statement);  // no arguments: the statement text as it is, which is not valid SQL here
     EXPECT_NE(none.openCursor(), 0);
-    NoteCursor empty;
-    empty.setStatementText("");
+    NoteCursor empty("");
     EXPECT_EQ(empty.openCursor(), DB_ERR_NO_STATEMENT);
 }

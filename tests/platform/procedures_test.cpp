@@ -4,9 +4,7 @@
 #include <cstddef>
 
 #include "PlatformFixture.h"
-#include "TestValues.h"
 #include "platform/db/DBerrors.h"
-#include "platform/db/DBtran.h"
 
 namespace {
 
@@ -72,22 +70,15 @@ class ProcedureTest : public PlatformTest {
         exec(
             "INSERT INTO TM_SubTaskOptions (subTaskId, optionId, value) VALUES (300, 7, 'yes'), "
             "(300, 1, '0'), (300, 8, '1'), (100, 6, ''), (100, 2, '1'), (101, 1, '1'), (-5, 7, 'x')");
-        exec("INSERT INTO TM_SubTaskXMLOptions (subTaskId, xmlValue) VALUES (100, N'<xml a=''1''/>')");
     }
 
     Rows options(const char* name, const std::string& args) {
-        DBtran tran;
-        std::string err;
-        EXPECT_EQ(tran.begin(&err), 0) << err;
-        tran.setHint(DBtran::kHintRead);
-        Proc<Options_t> p(name, &tran, kOptionsCols, 3);
+        Proc<Options_t> p(name, nullptr, kOptionsCols, 3);
         p.CallDBsprintfWrapper("%s", args.c_str());
         Rows rows;
-        int rc = p.openCursor();
-        EXPECT_EQ(rc, 0) << p.getErrorStr(rc);
-        while ((rc = p.fetchCursor()) == 0) rows.emplace_back(p.rec.o_optionId, p.rec.o_value);
+        int n = 0, rc;
+        while ((rc = getNextRow(&p, &n, -1, 0)) == 0) rows.emplace_back(p.rec.o_optionId, p.rec.o_value);
         EXPECT_EQ(rc, DB_NO_DATA) << p.getErrorStr(rc);
-        p.closeCursor();
         return rows;
     }
 };
@@ -103,28 +94,6 @@ TEST_F(ProcedureTest, JobOptionsJoinTheJobsOwnAndItsSubtasksRows) {
     EXPECT_EQ(options("TM_GetAllJobOptions", "12345"), Rows{});
     EXPECT_EQ(options("TM_GetAllFileOptions", "8,150001,150014"), (Rows{{20, "/a"}, {21, "/b"}, {22, "/c"}}));
     EXPECT_EQ(options("TM_GetAllFileOptions", "8,150005,0"), (Rows{{21, "/b"}}));
-}
-
-TEST_F(ProcedureTest, JobListsAndXmlOptions) {
-    BigProc list("TM_GetJobListFromTaskId", nullptr, kBigCols, 1);
-    list.CallDBsprintfWrapper("%d", 10);
-    std::vector<long long> jobs;
-    int rows = 0, rc;
-    while ((rc = getNextRow(&list, &rows, -1, 0)) == 0) jobs.push_back(list.rec.value);
-    EXPECT_EQ(rc, DB_NO_DATA);
-    EXPECT_EQ(jobs, (std::vector<long long>{7, 8, 5000000001LL}));
-
-    // One binding, given new argument text after each run; a quoted text where a number belongs
-    // matches nothing, its quotes staying inside the literal.
-    TextProc xml("TM_GetXMLJobOptions", nullptr, kTextCols, 1);
-    const char* const runs[][3] = {
-        {"%s", "5000000001", "<xml a='1'/>"}, {"%s", "9", ""}, {"'%s'", "7' OR '1'='1", ""}};
-    for (const auto& [format, args, expected] : runs) {
-        xml.CallDBsprintfWrapper(format, args);
-        std::string text = "stale";
-        EXPECT_EQ(xml.fetchText(text), 0) << args;
-        EXPECT_EQ(text, expected) << args;
-    }
 }
 
 TEST_F(ProcedureTest, BitAndExtendedOptionsByKind) {
@@ -165,7 +134,7 @@ TEST_F(ProcedureTest, InputsAsValueObjectsAndRefusedArguments) {
     }
     // A NULL input is passed as NULL (no job matches it).
     Proc<Options_t> all("TM_GetAllJobOptions", nullptr, kOptionsCols, 3);
-    all.BindInput(makeNullText());
+    all.BindInput(makeText(nullptr));
     all.setValuesBound(true);
     EXPECT_EQ(getOneRow(&all, false, -1, 0), DB_NO_DATA);
 
