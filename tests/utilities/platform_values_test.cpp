@@ -39,13 +39,10 @@ TEST(VersionInfo, ServicePackAndSecondNumber) {
     // No "SP": the first dot leads and the next dot gives the second number; "HPK" counts wherever
     // it is; whatever follows the digits counts as a letter (a blank too) and replaces the number before it.
     // clang-format off
-    const Case cases[] = {{"", 0, 0}, {"   ", 0, 0}, {"abc", 0, 0}, {"SP9", 9, 0}, {"4.2.0 SP9 HPK3", 9, 3},
-        {"SP12b", 12, 2}, {"SP7+", 7, 0}, {"SP7-", 7, 0}, {"  SP5  ", 5, 0}, {"SP", 0, 0}, {"11.", 0, 0},
-        {"11.20", 20, 0}, {"11.20.3", 20, 3}, {"SP3.4", 3, 4}, {"SP3 HPK", 3, 0}, {"HPK2 SP3", 3, 0},
-        {"HPK2+ SP3 x", 3, 2}, {"SP10a", 10, 1}, {"SP10z", 10, 26}, {"SP4 ", 4, 0}, {"SP4 x", 4, ' ' - 96},
-        {"SP-3", 0, 0}, {"SPx", 0, 'x' - 96}, {"SP2.", 2, 0}, {"SP1HPK12c", 1, 3},
-        {"SP99999999999999999999", INT_MAX, 0}, {"SP1 HPK99999999999999999999+", 1, INT_MAX},
-        {std::string(100000, 'S') + "P8", 8, 0}};
+    const Case cases[] = {{"", 0, 0}, {"SP9", 9, 0}, {"4.2.0 SP9 HPK3", 9, 3}, {"SP12b", 12, 2}, {"SP7+", 7, 0},
+        {"11.20.3", 20, 3}, {"SP3.4", 3, 4}, {"HPK2 SP3", 3, 0}, {"HPK2+ SP3 x", 3, 2}, {"SP4 x", 4, ' ' - 96},
+        {"SP-3", 0, 0}, {"SPx", 0, 'x' - 96}, {"SP1HPK12c", 1, 3}, {"SP99999999999999999999", INT_MAX, 0},
+        {"SP1 HPK99999999999999999999+", 1, INT_MAX}, {std::string(100000, 'S') + "P8", 8, 0}};
     // clang-format on
     for (const Case& c : cases) {
         int sp = -7, second = -7;

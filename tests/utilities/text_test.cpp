@@ -58,8 +58,7 @@ TEST(TextUtilities, TrimKeepsInnerAndHighBitCharacters) {
 
 TEST(TextUtilities, EncodeHidesTheCharacterAndDecodeRestores) {
     const std::pair<const char*, const char*> cases[] = {
-        {"", "`"},     {"x,y", "x~1y"},   {"x~y", "x~2y"}, {"`a,b", "``a~1b"}, {"`", "``"},
-        {"``", "```"}, {",~,", "~1~2~1"}, {"a`b", "a`b"},  {"~1", "~21"},      {"plain text", "plain text"}};
+        {"", "`"}, {"`a,b", "``a~1b"}, {"``", "```"}, {",~,", "~1~2~1"}, {"a`b", "a`b"}, {"~1", "~21"}};
     for (const auto& [plain, encoded] : cases) {
         std::string text = plain;
         EXPECT_EQ(&transform_string_encode(text, ',', '~'), &text);

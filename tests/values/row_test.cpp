@@ -36,47 +36,38 @@ TEST(RowTest, ValuesFollowTheColumnsAndTheirLetters) {
         EXPECT_TRUE(row.columnVec[i]->isNull) << names[i];
     }
     EXPECT_EQ(row.getStructDef(), "i|b|b|i|s|i|i|b|b|b|");
-    EXPECT_EQ(row.getSerialColNum(), 0);
 
     TM_Pattern_t2 pattern;
     EXPECT_EQ(pattern.columns.at("active_start_date")->getDataType(), 5);
     EXPECT_EQ(pattern.columns.at("name")->getDataType(), 6);
 }
 
-TEST(RowTest, SerialColumnAndKindPerBinding) {
+TEST(RowTest, KeysSerialColumnsAndTheKeptQuirks) {
     EXPECT_EQ(DM2CompliancePolicy_t2().getSerialColNum(), 9);  // identity after the GUID text column
     EXPECT_EQ(MMHost_t2().getSerialColNum(), -1);              // no identity column
     TM_GetAllJobOptions_t2 proc;
-    EXPECT_EQ(proc.getSerialColNum(), -1);
     EXPECT_EQ(proc.getHeaderType(), 2);
     EXPECT_EQ(proc.getPrimaryWhere(), "");
-}
 
-TEST(RowTest, PrimaryWhereKeepsItsSpacing) {
     TM_Task_t2 task;
     EXPECT_EQ(task.getPrimaryWhere(), "taskId = ?");
     EXPECT_EQ(task.getPrimaryData(), std::vector<KODBDataTypeBase*>{task.columns.at("taskId")});
-
     // The key name carries a trailing blank, so the clause has two blanks before "=".
     TM_AssocEntity_t2 assoc;
     EXPECT_EQ(assoc.getPrimaryWhere(), "assocId  = ?");
     EXPECT_EQ(assoc.getPrimaryData(), std::vector<KODBDataTypeBase*>{nullptr});
-
     // Two keys: no blank before AND.
     task.primaryKeys = {"jobId", "optionId"};
     EXPECT_EQ(task.getPrimaryWhere(), "jobId = ?AND optionId = ?");
-}
 
-TEST(RowTest, FillForTimeAndNoOpAssignment) {
     EXPECT_EQ(KODBRowBase::fillForTime("i|x|x|"), "i|b|b|");
     EXPECT_EQ(KODBRowBase::fillForTime("s511|t|u|"), "s511|t|u|");
-
-    TM_Task_t2 a, b;
-    std::vector<KODBDataTypeBase*> before = b.columnVec;
-    static_cast<KODBRowBase&>(b) = static_cast<KODBRowBase&>(a);
-    EXPECT_EQ(b.columnVec, before);
-    EXPECT_FALSE(a.searchForeignKey("taskId"));
-    EXPECT_TRUE(a.getForeignKeyMap().empty());
+    // Assigning one row to another through the base copies nothing.
+    TM_Task_t2 other;
+    std::vector<KODBDataTypeBase*> before = other.columnVec;
+    static_cast<KODBRowBase&>(other) = static_cast<KODBRowBase&>(task);
+    EXPECT_EQ(other.columnVec, before);
+    EXPECT_FALSE(task.searchForeignKey("taskId"));
 }
 
 // Builds the first rows of class Row on 8 threads at once; answers the header types they saw.
@@ -108,13 +99,9 @@ TEST(RowTest, MetadataIsSetOnceWhenManyThreadsBuildTheFirstRows) {
     EXPECT_EQ(raceFirstRows<JMGetBkpStats_t2>(), std::vector<int>(8, 3));
 
     ASSERT_EQ(UMDSProviders_t2::m_staticColumnVec.size(), 22u);
-    EXPECT_EQ(UMDSProviders_t2::m_staticColumnVec.front(), "id");
-    EXPECT_EQ(UMDSProviders_t2::m_staticColumnVec.back(), "ownerCompany");
-    EXPECT_EQ(UMDSProviders_t2::m_name, "UMDSProviders");
     EXPECT_EQ(UMDSProviders_t2::structSchema,
               "i|s511|s8001|s6145|s511|s801|s511|s801|i|i|i|b|s511|i|i|i|s65|i|i|b|i|i|");
-    ASSERT_EQ(JMGetBkpStats_t2::m_staticColumnVec.size(), 105u);
-    EXPECT_EQ(JMGetBkpStats_t2::m_name, "JMGetBkpStats");
+    EXPECT_EQ(JMGetBkpStats_t2::m_staticColumnVec.size(), 105u);
 
     ASSERT_FALSE(SchedAdminComplianceOptions_t2::s_isInitialized);
     // Detached, so that a semaphore left taken fails the test instead of hanging it.

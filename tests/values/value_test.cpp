@@ -4,6 +4,7 @@
 #include <climits>
 #include <cstring>
 #include <memory>
+#include <tuple>
 
 #include "db/KODBDataType.h"
 
@@ -49,36 +50,30 @@ TEST(ValueTest, DefaultIsNullAndNotUpdatedValueConstructedIsSetAndUpdated) {
     EXPECT_EQ(none.updated, KODB_UPDATED);
 }
 
+// Only a change of state resets the indicator and clears; text is emptied, numbers keep their value.
 TEST(ValueTest, NullTransitionsResetIndicatorAndClearOnlyWhenTheStateChanges) {
     CountingInt v;
     v.indicator = 7;
     v.setInternalNull(true);  // already NULL: nothing at all happens
     EXPECT_EQ(v.indicator, 7);
     EXPECT_EQ(v.clears, 0);
-
     v.setInternalNull(false);
     EXPECT_FALSE(v.isNull);
     EXPECT_EQ(v.indicator, 0);
     EXPECT_EQ(v.clears, 0);
 
+    v.value = 42;
     v.indicator = 5;
     v.setInternalNull(true);
     EXPECT_TRUE(v.isNull);
-    EXPECT_EQ(v.indicator, 0);
-    EXPECT_EQ(v.clears, 1);
+    EXPECT_EQ(std::make_tuple(v.indicator, v.clears, v.value), std::make_tuple(0LL, 1, 42));
     EXPECT_EQ(v.updated, KODB_NOT_UPDATED);  // only setUpdated changes it
-}
 
-TEST(ValueTest, NullEmptiesTextButKeepsNumbers) {
     KODB_string text("some text");
     text.setString();
     text.setInternalNull(true);
     EXPECT_EQ(text.value, "");
     EXPECT_EQ(text.getStr(), "");
-
-    KODB_int number(42);
-    number.setInternalNull(true);
-    EXPECT_EQ(number.value, 42);
 }
 
 TEST(ValueTest, SetDataCopiesBytesInsideTheValueOnly) {
