@@ -70,8 +70,6 @@ TEST_F(GeneratorTest, RewritesOnlyWhatChanged) {
     fs::path header = m_dir / "out/include/Db/Tbl/TM_Task.h";
     fs::path stamp = m_dir / "out/bindgen.stamp";
     ASSERT_TRUE(fs::exists(header));
-    ASSERT_TRUE(fs::exists(m_dir / "out/include/Db/Cursor/JMGetBkpStats.h"));
-    ASSERT_TRUE(fs::exists(m_dir / "out/schema_catalog.cpp"));
 
     auto old = fs::last_write_time(header) - std::chrono::hours(1);
     fs::last_write_time(header, old);

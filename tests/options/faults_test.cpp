@@ -1,4 +1,5 @@
-// Every database step of every operation made to fail once.
+// Every database step of every operation made to fail once; run cleanly, each leaves the caller's error
+// text as it was, also where a read ran off the end of its rows or a lookup fell back to the default.
 #include <functional>
 
 #include "options/OptionKit.h"
@@ -56,11 +57,13 @@ TEST_P(OptionFaults, EachFailingStepIsReportedAndCommitsNothingWhenTheCallFails)
         {"getOptions subtask", false, 11, 1, 0,
          [&](auto& i, auto& e) { return ti->getOptions(i, &sink, e, nullptr); }},
         {"getDefaults", false, 0, 0, 0, [&](auto&, auto& e) { return ti->getDefaults(&sink, e, nullptr); }},
+        {"getDefaultOption unknown", false, 0, 0, 424242,
+         [&](auto& i, auto& e) { return ti->getDefaultOption(i.optionId, i.value, e, nullptr); }},
         {"getFiles", false, 42, 0, 0, [&](auto& i, auto& e) { return ti->getFiles(i, &sink, e, nullptr); }},
         {"setOptions", true, 42, 0, 0,
          [&](auto& i, auto& e) { return ti->setOptions(i, {&changed, &added}, e, nullptr); }},
         {"removeOptions", true, 42, 0, 0,
-         [&](auto& i, auto& e) { return ti->removeOptions(i, Ids{1, 2}, e, nullptr); }},
+         [&](auto& i, auto& e) { return ti->removeOptions(i, Ids{1, 99}, e, nullptr); }},
         {"setFiles", true, 42, 0, 0,
          [&](auto& i, auto& e) { return ti->setFiles(i, {&single, &other}, e, nullptr); }},
         {"removeFiles", true, 42, 0, 20,
@@ -77,8 +80,9 @@ TEST_P(OptionFaults, EachFailingStepIsReportedAndCommitsNothingWhenTheCallFails)
     for (const Op& op : ops) {
         reseed();
         dbfault::disarm();
-        std::string err;
+        std::string err = "caller's text";
         ASSERT_EQ(run(op, err), 0) << op.name;
+        EXPECT_EQ(err, "caller's text") << op.name;
         int seen[8];
         for (dbfault::Step s : kSteps) seen[static_cast<int>(s)] = dbfault::calls(s);
         EXPECT_GT(seen[static_cast<int>(dbfault::Step::Begin)], 0) << op.name;

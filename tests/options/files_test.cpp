@@ -21,7 +21,6 @@ TEST_P(FileOptions, SetFilesReplacesSingleValueTypeAndAddsOthersGetFilesReadsThe
     EXPECT_EQ(rows("jobId = 42 AND optionId = 21 AND created = 777"), 1);
     EXPECT_EQ(levelOf(cap, "Modify optionId[20], new value is [C:\\new], new type is [150002]", name), 3);
     EXPECT_EQ(cap.find("Add optionId[21], new value is [/b], new type is [150005]", name).size(), 1u);
-    EXPECT_EQ(cap.find("Called with jobId[42], optionId[21], type[150005], value[/a]", name).at(0).jobId, 42);
     EXPECT_EQ(cap.find("new type is [150005]").size(), 1u);  // the unchanged /a wrote nothing
     // Matched by value, the hostile text is found again and not added twice.
     ASSERT_EQ(ti->setFiles(info, {&hostile}, err, nullptr), 0);
@@ -43,8 +42,7 @@ TEST_P(FileOptions, SetFilesReplacesSingleValueTypeAndAddsOthersGetFilesReadsThe
     auto found =
         cap.find("Found optionId[22], value [it's; --\xC3\xA9], type[150007]", "TaskInterfaceDB::getFiles");
     ASSERT_EQ(found.size(), 2u);
-    EXPECT_EQ(found[0].level, 3);
-    EXPECT_EQ(found[0].jobId, 42);
+    EXPECT_EQ(found[0].jobId, 42);  // traced in the job-id form
 }
 
 TEST_P(FileOptions, RemoveFilesByFileOrByNameRemovesTheOptionIds) {

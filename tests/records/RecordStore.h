@@ -20,8 +20,7 @@ class RecordStoreTest : public StoreTest {
               "(7, 'Nightly', 2, 4, 1, 1700000100, 1700000200, 17, 5, 6, 9, 3, '18446744073709551615', "
               "'nightly backup', 'g-7')",
               "INSERT INTO TM_Task (taskId, taskName, taskType, flags, sequenceNumber) VALUES (8, 'Other', "
-              "2, "
-              "0, '8')",
+              "2, 0, '8')",
               "INSERT INTO TM_SubTask (subTaskId, subTaskName, taskId, subTaskType, operationType, "
               "subTaskOrder) VALUES (11, 'Weekly full', 7, 2, 4003, 1), (12, 'Incremental', 7, 3, 4004, 2), "
               "(13, 'Other sub', 8, 2, 4003, 1)",
@@ -30,8 +29,7 @@ class RecordStoreTest : public StoreTest {
               "INSERT INTO TM_AssocEntity (assocId, assocType, taskId, clientId, apptypeId, instanceId, "
               "backupsetId, subclientId, created) VALUES (2, 7, 7, 12, 33, 1, 40, 301, 1700000100)",
               "INSERT INTO TM_AssocEntity (assocId, assocType, taskId, clientId, created) VALUES (3, 3, 8, "
-              "99, "
-              "1700000100)",
+              "99, 0)",
               "INSERT INTO TM_Pattern (patternId, name, ownerId, freq_type, freq_interval, "
               "freq_relative_interval, freq_recurrence_factor, freq_subday_interval, skipOccurence, "
               "skipDayNumber, active_start_date, active_start_time, active_end_date, active_end_time, "
@@ -64,7 +62,7 @@ class RecordStoreTest : public StoreTest {
         ((out << values << '|'), ...);
         return out.str();
     }
-    // The captured lines of `name` whose text contains `needle`.
+    // The number of captured lines of `name` whose text contains `needle`.
     static size_t traced(const evtrace::Capture& cap, const std::string& needle, const std::string& name) {
         return cap.find(needle, name).size();
     }

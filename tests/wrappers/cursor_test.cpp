@@ -34,15 +34,21 @@ TEST_P(CursorWrapperTest, FailedOpenStaysMarkedOpenAndTheDestructorCloses) {
     EXPECT_EQ(callerLines(cap), Lines{"L1 Open Cursor on [TM_Task] Table failed. Error [open refused]"});
 }
 
-TEST_P(CursorWrapperTest, EndOfDataClosesSilentlyAndLaterClosesDoNothing) {
-    insertTask(nullptr, "only", 0);
+// Quotes in a where-clause argument arrive as quotes, in the caller's transaction too.
+TEST_P(CursorWrapperTest, QuotedArgumentFindsItsRowThenEndOfDataClosesOnce) {
+    const char* hostile = "O'Brien's -- ; DROP TABLE TM_Task; 'x''";
+    int id = insertTask(nullptr, hostile, 3);
+    ASSERT_NE(id, 0);
     evtrace::Capture cap;
-    TableWrapper<CountingTask, TM_Task_t> tw(kCaller, nullptr);
-    tw.setWhere("taskName = N'%s'", "only");
+    DBtran tran;
     std::string err;
+    ASSERT_EQ(tran.begin(&err), 0) << err;
+    TableWrapper<CountingTask, TM_Task_t> tw(kCaller, &tran);
+    tw.setWhere("taskName = N'%s'", hostile);
     ASSERT_EQ(tw.openCursor(&err), 0) << err;
     ASSERT_EQ(tw.fetchCursor(true, &err), 0) << err;
-    EXPECT_STREQ(tw.getDataPtr()->taskName, "only");
+    EXPECT_EQ(tw.getDataPtr()->taskId, id);
+    EXPECT_STREQ(tw.getDataPtr()->taskName, hostile);
     EXPECT_EQ(err, "");
 
     EXPECT_EQ(tw.fetchCursor(true, &err), 100);
@@ -51,7 +57,9 @@ TEST_P(CursorWrapperTest, EndOfDataClosesSilentlyAndLaterClosesDoNothing) {
     EXPECT_EQ(err, tw.getCursor()->getErrorStr(100));
     EXPECT_EQ(tw.closeCursor(&err), 0);
     EXPECT_EQ(CountingTask::closes, 1);
-    EXPECT_EQ(callerLines(cap), Lines{"L10 TABLE -> TM_Task {taskName = N'only'}"});
+    EXPECT_EQ(tran.commit(&err), 0) << err;
+    EXPECT_EQ(callerLines(cap),
+              Lines{"L10 TABLE -> TM_Task {taskName = N'O''Brien''s -- ; DROP TABLE TM_Task; ''x'''''}"});
 }
 
 TEST_P(CursorWrapperTest, FetchAndCloseFailuresAreLoggedAndClose) {
@@ -92,23 +100,6 @@ TEST_P(CursorWrapperTest, WhereClausesOfProceduresAndTSGlobalParamAreNotTraced) 
     kowrap::traceWhere(kCaller, KO_WRAPPER_CURSOR, "TSGlobalParam", "name = 'x'");
     EXPECT_EQ(callerLines(cap), Lines{});
     EXPECT_EQ(sw.getCursor()->getWhere(), "o_type = 1");
-}
-
-TEST_P(CursorWrapperTest, QuotesInArgumentsArriveAsQuotes) {
-    const char* hostile = "O'Brien's -- ; DROP TABLE TM_Task; 'x''";
-    int id = insertTask(nullptr, hostile, 3);
-    ASSERT_NE(id, 0);
-    DBtran tran;
-    std::string err;
-    ASSERT_EQ(tran.begin(&err), 0) << err;
-    TableWrapper<TM_Task, TM_Task_t> tw(kCaller, &tran);
-    tw.setWhere("taskName = N'%s'", hostile);
-    ASSERT_EQ(tw.openCursor(&err), 0) << err;
-    ASSERT_EQ(tw.fetchCursor(true, &err), 0) << err;
-    EXPECT_EQ(tw.getDataPtr()->taskId, id);
-    EXPECT_STREQ(tw.getDataPtr()->taskName, hostile);
-    EXPECT_EQ(tw.closeCursor(&err), 0);
-    EXPECT_EQ(tran.commit(&err), 0) << err;
 }
 
 TASKDB_STORE_SUITE(CursorWrapperTest);
