@@ -59,14 +59,17 @@ class CursorWrapper {
     CursorWrapper(const CursorWrapper&) = delete;
     CursorWrapper& operator=(const CursorWrapper&) = delete;
 
-    // Formats the where-clause (quotes inside %s arguments are doubled) and hands it to the binding.
+    // Hands the where-clause to the binding (quotes inside %s arguments are doubled in its text). The
+    // binding binds values that stand alone as literals as parameters of a statement kept prepared; the
+    // text is made only for the logs.
     void setWhere(const char* format, ...) KO_PRINTF(2, 3) {
         va_list args;
         va_start(args, format);
-        m_queryParams = kowrap::format(format, args);
+        m_table->setWhereArgs(format, args);
         va_end(args);
-        m_table->setWhereText(m_queryParams);
-        kowrap::traceWhere(m_caller, m_kind, m_table->getTableName(), m_queryParams);
+        m_hasWhere = true;
+        if (EvDebug::enabled(10))
+            kowrap::traceWhere(m_caller, m_kind, m_table->getTableName(), m_table->getWhere());
     }
 
     // 0, or the failure's code with its text in *error. The cursor counts as open either way.
@@ -90,7 +93,7 @@ class CursorWrapper {
             m_errorString = m_table->getErrorStr(r);
             if (r != 100)
                 EvDebug::Debug(m_caller, "Fetch Cursor on [%s] %s failed. QueryParams [%s]. Error [%s]",
-                               m_table->getTableName(), m_kind, m_queryParams.c_str(), m_errorString.c_str());
+                               m_table->getTableName(), m_kind, queryParams().c_str(), m_errorString.c_str());
             if (error) *error = m_errorString;
             // A failed close here is kept for the caller's own closeCursor, which reports it.
             m_closeFailure = closeCursor(error);
@@ -152,11 +155,17 @@ class CursorWrapper {
     }
 
   protected:
+    // The where-clause text last given through setWhere ("" before), for the logs.
+    const std::string& queryParams() const {
+        static const std::string none;
+        return m_hasWhere ? m_table->getWhere() : none;
+    }
+
     X* m_table;
     DBtran* m_tran;
     bool m_isOpen;
     const char* m_caller;
-    std::string m_queryParams;
+    bool m_hasWhere = false;
     const char* m_kind;
     std::string m_errorString;
     int m_closeFailure = 0;  // a close failed inside fetchCursor, not yet reported by closeCursor
@@ -191,7 +200,7 @@ class TableWrapper : public CursorWrapper<X, X_t> {
             if (r != 100)
                 EvDebug::Debug(this->m_caller,
                                "Update [%s] table failed. QueryParams [%s] Update values [%s]. Error [%s]",
-                               this->m_table->getTableName(), this->m_queryParams.c_str(), values.c_str(),
+                               this->m_table->getTableName(), this->queryParams().c_str(), values.c_str(),
                                this->m_errorString.c_str());
         }
         return r;
@@ -213,14 +222,15 @@ class TableWrapper : public CursorWrapper<X, X_t> {
     // Deletes the rows of the where-clause set before. 0, or the code with its text in *error.
     int rowDelete(std::string* error) {
         int r = this->m_table->rowDelete();
-        EvEventWrapper(this->m_caller)
-            .Debug(9, " rowDelete : Table %s {%s}", this->m_table->getTableName(),
-                   this->m_queryParams.c_str());
+        if (EvDebug::enabled(9))
+            EvEventWrapper(this->m_caller)
+                .Debug(9, " rowDelete : Table %s {%s}", this->m_table->getTableName(),
+                       this->queryParams().c_str());
         if (r != 0) {
             this->m_errorString = this->m_table->getErrorStr(r);
             if (r != 100)
                 EvDebug::Debug(this->m_caller, "Delete from [%s] table failed. QueryParams [%s]. Error [%s]",
-                               this->m_table->getTableName(), this->m_queryParams.c_str(),
+                               this->m_table->getTableName(), this->queryParams().c_str(),
                                this->m_errorString.c_str());
             if (error) *error = this->m_errorString;
         }

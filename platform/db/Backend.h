@@ -72,6 +72,11 @@ class Connection {
     // the caller's own markers must come after every literal in the text). A statement must be
     // released before its connection is given back or destroyed.
     virtual StatementPtr prepare(const std::string& sql, std::vector<Param>& params, Error& err) = 0;
+    // A statement template: every value of `sql` is a '?' marker that the caller binds, in order, and
+    // the text holds no literal that needs binding. `id` (templateId) names the text for the life of the
+    // process, so that a connection can keep the translated, prepared statement under it. Null with
+    // err.code 0 when this backend keeps no templates: the caller then sends its full text to prepare().
+    virtual StatementPtr prepareTemplate(int id, const std::string& sql, Error& err);
     // A stored procedure taking `argCount` inputs.
     virtual StatementPtr prepareProcedure(const std::string& name, int argCount, Error& err) = 0;
     // SQL in the backend's own dialect, run as it is (schema creation).
@@ -84,6 +89,11 @@ class Connection {
     // The object is owned by the caller and independent of the connection.
     virtual std::unique_ptr<SchemaDdl> schemaDdl() const { return nullptr; }
 };
+
+// The number of a statement template's text, the same for the same text for the life of the process
+// (0, 1, 2, ... in order of first use), so that connections can index their prepared templates by it.
+// Thread-safe.
+int templateId(const std::string& sql);
 
 // Opens a connection to `url` ("sqlite:PATH" or "odbc:CONNECTION-STRING"); null with err set on failure.
 // The first connection to each store in a process also checks the store's recorded schema version and

@@ -1,6 +1,6 @@
 // printf formatting with the layer's escaping. The format is parsed here, one conversion at a time, so
 // that each argument is taken with the right type and every %s text can have its quotes doubled before
-// it is placed; everything else is formatted by snprintf with the same conversion specification.
+// it is placed; everything else is formatted by snprintf with the same conversion.
 #include "platform/db/DBformat.h"
 
 #include <cstddef>
@@ -12,7 +12,7 @@
 namespace {
 
 // One parsed conversion: "%<flags><width>.<precision><length><conversion>".
-struct Spec {
+struct Conversion {
     std::string flags;
     int width = -1;      // -1: none
     int precision = -1;  // -1: none
@@ -21,7 +21,7 @@ struct Spec {
 };
 
 // The conversion as snprintf reads it, with any '*' already resolved to numbers.
-std::string specText(const Spec& s, const char* lengthOverride = nullptr) {
+std::string conversionText(const Conversion& s, const char* lengthOverride = nullptr) {
     std::string out = "%" + s.flags;
     if (s.width >= 0) out += std::to_string(s.width);
     if (s.precision >= 0) out += "." + std::to_string(s.precision);
@@ -33,16 +33,16 @@ std::string specText(const Spec& s, const char* lengthOverride = nullptr) {
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
 template <class T>
-void appendValue(std::string& out, const std::string& spec, T value) {
+void appendValue(std::string& out, const std::string& conv, T value) {
     char small[128];
-    int n = std::snprintf(small, sizeof small, spec.c_str(), value);
+    int n = std::snprintf(small, sizeof small, conv.c_str(), value);
     if (n < 0) return;
     if (static_cast<size_t>(n) < sizeof small) {
         out.append(small, static_cast<size_t>(n));
         return;
     }
     std::string big(static_cast<size_t>(n) + 1, '\0');
-    std::snprintf(&big[0], big.size(), spec.c_str(), value);
+    std::snprintf(&big[0], big.size(), conv.c_str(), value);
     out.append(big.data(), static_cast<size_t>(n));
 }
 #pragma GCC diagnostic pop
@@ -74,7 +74,7 @@ std::string narrow(const wchar_t* w, int precision) {
 }
 
 // A %s argument: cut to the precision, quotes doubled, then padded to the width.
-void appendText(std::string& out, const Spec& s, const std::string& text) {
+void appendText(std::string& out, const Conversion& s, const std::string& text) {
     std::string escaped;
     escaped.reserve(text.size() + 8);
     for (char c : text) {
@@ -90,41 +90,41 @@ void appendText(std::string& out, const Spec& s, const std::string& text) {
     if (left) out.append(pad, ' ');
 }
 
-void appendSigned(std::string& out, const Spec& s, va_list& ap) {
-    const std::string spec = specText(s);
+void appendSigned(std::string& out, const Conversion& s, va_list& ap) {
+    const std::string conv = conversionText(s);
     if (s.length == "l")
-        appendValue(out, spec, va_arg(ap, long));
+        appendValue(out, conv, va_arg(ap, long));
     else if (s.length == "ll" || s.length == "L")
-        appendValue(out, specText(s, "ll"), va_arg(ap, long long));
+        appendValue(out, conversionText(s, "ll"), va_arg(ap, long long));
     else if (s.length == "z")
-        appendValue(out, spec, va_arg(ap, ptrdiff_t));  // the signed size type
+        appendValue(out, conv, va_arg(ap, ptrdiff_t));  // the signed size type
     else if (s.length == "j")
-        appendValue(out, spec, va_arg(ap, intmax_t));
+        appendValue(out, conv, va_arg(ap, intmax_t));
     else if (s.length == "t")
-        appendValue(out, spec, va_arg(ap, ptrdiff_t));
+        appendValue(out, conv, va_arg(ap, ptrdiff_t));
     else
-        appendValue(out, spec, va_arg(ap, int));  // hh and h arrive promoted; snprintf narrows them
+        appendValue(out, conv, va_arg(ap, int));  // hh and h arrive promoted; snprintf narrows them
 }
 
-void appendUnsigned(std::string& out, const Spec& s, va_list& ap) {
-    const std::string spec = specText(s);
+void appendUnsigned(std::string& out, const Conversion& s, va_list& ap) {
+    const std::string conv = conversionText(s);
     if (s.length == "l")
-        appendValue(out, spec, va_arg(ap, unsigned long));
+        appendValue(out, conv, va_arg(ap, unsigned long));
     else if (s.length == "ll" || s.length == "L")
-        appendValue(out, specText(s, "ll"), va_arg(ap, unsigned long long));
+        appendValue(out, conversionText(s, "ll"), va_arg(ap, unsigned long long));
     else if (s.length == "z")
-        appendValue(out, spec, va_arg(ap, size_t));
+        appendValue(out, conv, va_arg(ap, size_t));
     else if (s.length == "j")
-        appendValue(out, spec, va_arg(ap, uintmax_t));
+        appendValue(out, conv, va_arg(ap, uintmax_t));
     else if (s.length == "t")
-        appendValue(out, spec, static_cast<size_t>(va_arg(ap, ptrdiff_t)));
+        appendValue(out, conv, static_cast<size_t>(va_arg(ap, ptrdiff_t)));
     else
-        appendValue(out, spec, va_arg(ap, unsigned int));
+        appendValue(out, conv, va_arg(ap, unsigned int));
 }
 
 // Reads flags, width, precision and length at `p`; '*' takes an int argument. Returns the
 // position of the conversion character.
-const char* parseSpec(const char* p, Spec& s, va_list& ap) {
+const char* parseSpec(const char* p, Conversion& s, va_list& ap) {
     while (*p == '-' || *p == '+' || *p == ' ' || *p == '#' || *p == '0' || *p == '\'') s.flags += *p++;
     if (*p == '*') {
         s.width = va_arg(ap, int);
@@ -176,7 +176,7 @@ void formatInto(std::string& out, const char* format, va_list args) {
             ++p;
             continue;
         }
-        Spec s;
+        Conversion s;
         p = parseSpec(p, s, ap);
         s.conversion = *p;
         switch (*p) {
@@ -192,9 +192,9 @@ void formatInto(std::string& out, const char* format, va_list args) {
                 break;
             case 'c':
                 if (s.length == "l")
-                    appendValue(out, specText(s), static_cast<wint_t>(va_arg(ap, wint_t)));
+                    appendValue(out, conversionText(s), static_cast<wint_t>(va_arg(ap, wint_t)));
                 else
-                    appendValue(out, specText(s), va_arg(ap, int));
+                    appendValue(out, conversionText(s), va_arg(ap, int));
                 break;
             case 's':
                 if (s.length == "l") {
@@ -209,7 +209,7 @@ void formatInto(std::string& out, const char* format, va_list args) {
                 }
                 break;
             case 'p':
-                appendValue(out, specText(s), va_arg(ap, void*));
+                appendValue(out, conversionText(s), va_arg(ap, void*));
                 break;
             case 'f':
             case 'F':
@@ -220,9 +220,9 @@ void formatInto(std::string& out, const char* format, va_list args) {
             case 'a':
             case 'A':
                 if (s.length == "L")
-                    appendValue(out, specText(s), va_arg(ap, long double));
+                    appendValue(out, conversionText(s), va_arg(ap, long double));
                 else
-                    appendValue(out, specText(s, ""), va_arg(ap, double));
+                    appendValue(out, conversionText(s, ""), va_arg(ap, double));
                 break;
             case 'n':
                 (void)va_arg(ap, void*);  // never writes through caller memory

@@ -27,9 +27,11 @@ DBtable::~DBtable() {
 
 void DBtable::setKind(int kind) {
     m_impl->kind = kind;
+    ++m_impl->generation;
 }
 void DBtable::setColumnList(const char* columns) {
     m_impl->columnList = columns ? columns : "";
+    ++m_impl->generation;
 }
 void DBtable::setVersion(const char* version) {
     m_impl->version = version ? version : "";
@@ -42,16 +44,19 @@ void DBtable::setIdentity(const char* column, int index, int* field) {
     m_impl->identityColumn = column ? column : "";
     m_impl->identityIndex = index;
     m_impl->identityField = field;
+    ++m_impl->generation;
 }
 
 void DBtable::setOrderBy(const char* columns) {
     m_impl->orderBy = columns ? columns : "";
+    ++m_impl->generation;
 }
 
 void DBtable::setRecord(void* record, const DBcolumn* columns, int count) {
     m_impl->record = record;
     m_impl->columns = columns;
     m_impl->columnCount = columns ? count : 0;
+    ++m_impl->generation;
 }
 
 void DBtable::setExtIndicatorArray(void* indicators) {
@@ -86,15 +91,19 @@ DBtran* DBtable::getTran() const {
 void DBtable::setWhere(const char* format, ...) {
     va_list args;
     va_start(args, format);
-    m_impl->where = DBvformat(format, args);
+    setWhereArgs(format, args);
     va_end(args);
 }
 
+void DBtable::setWhereArgs(const char* format, va_list args) {
+    m_impl->where.set(format, args);
+}
+
 void DBtable::setWhereText(const std::string& clause) {
-    m_impl->where = clause;
+    m_impl->where.setText(clause);
 }
 const std::string& DBtable::getWhere() const {
-    return m_impl->where;
+    return m_impl->where.text();
 }
 void DBtable::setCursorType(unsigned long type) {
     m_impl->cursorType = type;
@@ -134,7 +143,7 @@ std::string DBtable::Impl::columnNames() const {
 std::string DBtable::Impl::selectText() const {
     std::string cols = columnList.empty() ? columnNames() : columnList;
     std::string sql = "SELECT " + (cols.empty() ? std::string("*") : cols) + " FROM " + name;
-    if (!where.empty()) sql += " WHERE " + where;
+    if (!where.empty()) sql += " WHERE " + where.text();
     if (!orderBy.empty()) sql += " ORDER BY " + orderBy;
     return sql;
 }

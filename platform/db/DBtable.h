@@ -35,6 +35,7 @@
 //
 // Thread safety: one DBtable is used by one thread at a time. It must not outlive its transaction;
 // a cursor still open when the transaction ends is closed by it (a later fetch fails).
+#include <cstdarg>
 #include <memory>
 #include <string>
 #include <vector>
@@ -90,6 +91,9 @@ class KO_PLATFORM_API DBtable {
     // ---- statements
     // Formats the where-clause with DBsprintf (quotes inside %s arguments are doubled).
     void setWhere(const char* format, ...) KO_PRINTF(2, 3);
+    // The same with the arguments as a va_list (read before the call returns). Values that stand alone
+    // as literals reach the database as parameters of a statement kept prepared across calls.
+    void setWhereArgs(const char* format, va_list args);
     // Takes an already formatted where-clause as it is ("" selects every row).
     void setWhereText(const std::string& clause);
     const std::string& getWhere() const;

@@ -36,13 +36,26 @@ int DBtable::openCursor() {
             if (m.stmt) dbl::bindParams(*m.stmt, params);
         }
     } else {
-        std::string sql;
-        code = m.kind == kCursor ? m.cursorText(sql) : 0;
-        if (code == 0) {
-            if (m.kind != kCursor) sql = m.selectText();
-            EvDebug::DebugLvl(10, kTrace, "open [%s]: %s", m.name.c_str(), sql.c_str());
-            m.stmt = conn->prepare(sql, params, e);
-            if (m.stmt) dbl::bindParams(*m.stmt, params);
+        if (m.kind == kTable && m.where.templated()) {
+            // The same statement text on every call: the connection keeps it prepared.
+            const dbtable::Template& t = m.templateFor(dbtable::kSelect);
+            if (EvDebug::enabled(10))
+                EvDebug::DebugLvl(10, kTrace, "open [%s]: %s", m.name.c_str(), m.selectText().c_str());
+            m.stmt = conn->prepareTemplate(t.id, t.sql, e);
+            if (m.stmt) {
+                m.where.params(params);
+                dbl::bindParams(*m.stmt, params);
+            }
+        }
+        if (!m.stmt && e.code == 0) {
+            std::string sql;
+            code = m.kind == kCursor ? m.cursorText(sql) : 0;
+            if (code == 0) {
+                if (m.kind != kCursor) sql = m.selectText();
+                EvDebug::DebugLvl(10, kTrace, "open [%s]: %s", m.name.c_str(), sql.c_str());
+                m.stmt = conn->prepare(sql, params, e);
+                if (m.stmt) dbl::bindParams(*m.stmt, params);
+            }
         }
     }
     if (code == 0 && !m.stmt) code = m.fail(e.code ? e.code : DB_ERR_NO_STATEMENT, e.text);

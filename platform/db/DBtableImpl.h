@@ -6,9 +6,22 @@
 #include <vector>
 
 #include "platform/db/Backend.h"
+#include "platform/db/DBclause.h"
 #include "platform/db/DBfault.h"
 #include "platform/db/DBtable.h"
 #include "platform/db/InputValue.h"
+
+namespace dbtable {
+// The statements a table sends as templates.
+enum Form { kSelect, kDelete, kInsert, kUpdateById, kUpdateByWhere, kUpdateAll };
+struct Template {
+    Form form;
+    const void* shape;  // the where-clause's template, for the forms that have one
+    int generation;     // of the description it was built from
+    int id;             // dbl::templateId of `sql`
+    std::string sql;
+};
+}  // namespace dbtable
 
 struct DBtable::Impl {
     // ---- description
@@ -24,7 +37,8 @@ struct DBtable::Impl {
     const DBcolumn* columns = nullptr;
     int columnCount = 0;
     long long* indicators = nullptr;
-    std::string where;
+    dbl::Clause where;
+    int generation = 0;  // changes with the description, which the statement templates are built from
     unsigned long cursorType = 0;
 
     // ---- the open cursor
@@ -62,6 +76,15 @@ struct DBtable::Impl {
         fail(code, text);
         return true;
     }
+
+    // ---- statement templates (see Connection::prepareTemplate): built once per binding and form
+    using Form = dbtable::Form;
+    using Template = dbtable::Template;
+    std::vector<Template> templates;
+    // The template of `form` on the current description and where-clause (which must be templated).
+    const Template& templateFor(Form form);
+    // The values of every column but the identity, from the raw record, as the templates bind them.
+    void recordParams(std::vector<dbl::Param>& out) const;
 
     // The statement text of a table select, with the where-clause and order.
     std::string selectText() const;

@@ -122,7 +122,7 @@ void DBtable::valuesClauseCheck(unsigned long room) {
 }
 
 void DBtable::querySizeCheck(unsigned long room, bool) {
-    m_impl->where.reserve(m_impl->where.size() + room);
+    m_impl->where.reserve(room);
 }
 
 void DBtable::CallDBsprintfWrapper(const char* format, ...) {

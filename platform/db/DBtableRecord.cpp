@@ -115,7 +115,7 @@ void DBtable::Impl::fillRecord(dbl::Statement& st) {
 
 std::string DBtable::Impl::updateWhere() const {
     if (open && hasRow && hasRowIdentity) return identityColumn + " = " + std::to_string(rowIdentity);
-    return where;
+    return where.text();
 }
 
 std::string DBtable::Impl::insertText() const {

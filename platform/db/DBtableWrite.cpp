@@ -5,13 +5,17 @@
 #include "platform/db/DBexecute.h"
 #include "platform/db/DBtableImpl.h"
 #include "platform/db/DBtran.h"
+#include "platform/trace/EvDebug.h"
 
 namespace {
 
-// Runs one write statement; `rows` receives the rows changed, `identity` (when not null) the
-// identity the statement gave. 0 or the failure's code with its text in `e`.
-int runWrite(DBtran* tran, const std::string& sql, long long& rows, const std::string& table,
-             const std::string& identityColumn, long long* identity, dbl::Error& e) {
+// Runs one write statement: the template `t` with `values` when the backend keeps templates, else
+// the full text that `literal()` makes. `rows` receives the rows changed, `identity` (when not null)
+// the identity the statement gave. 0 or the failure's code with its text in `e`.
+template <class Literal>
+int runWrite(DBtran* tran, const dbtable::Template* t, const std::vector<dbl::Param>& values,
+             Literal&& literal, long long& rows, const std::string& table, const std::string& identityColumn,
+             long long* identity, dbl::Error& e) {
     std::unique_ptr<dbl::Connection> own;
     dbl::Connection* conn = nullptr;
     if (tran) {
@@ -25,12 +29,19 @@ int runWrite(DBtran* tran, const std::string& sql, long long& rows, const std::s
     }
     int rc;
     {
-        std::vector<dbl::Param> params;
-        dbl::StatementPtr st = conn->prepare(sql, params, e);
+        dbl::StatementPtr st;
+        if (t) {
+            st = conn->prepareTemplate(t->id, t->sql, e);
+            if (st) dbl::bindParams(*st, values);
+        }
+        if (!st && e.code == 0) {
+            std::vector<dbl::Param> params;
+            st = conn->prepare(literal(), params, e);
+            if (st) dbl::bindParams(*st, params);
+        }
         if (!st) {
             rc = e.code ? e.code : DB_ERR_NO_STATEMENT;
         } else {
-            dbl::bindParams(*st, params);
             rc = st->step(e);
             if (rc == 0 || rc == DB_NO_DATA) {
                 rows = st->changes();
@@ -49,13 +60,35 @@ int DBtable::rowUpdate(const std::string& setClause) {
     Impl& m = *m_impl;
     int code = 0;
     if (m.faulted(dbfault::Step::Update, code)) return code;
-    std::string sql =
-        "UPDATE " + m.name + " SET " + (setClause.empty() ? m.setClauseFromRecord() : setClause);
-    const std::string where = m.updateWhere();
-    if (!where.empty()) sql += " WHERE " + where;
+    // On a fetched row of a table with an identity the update names that row alone.
+    const bool byId = m.open && m.hasRow && m.hasRowIdentity;
+    auto literal = [&] {
+        std::string sql =
+            "UPDATE " + m.name + " SET " + (setClause.empty() ? m.setClauseFromRecord() : setClause);
+        const std::string where = m.updateWhere();
+        if (!where.empty()) sql += " WHERE " + where;
+        return sql;
+    };
+    // A set clause of the caller's is text; the record's own columns go as a template.
+    const dbtable::Template* t = nullptr;
+    std::vector<dbl::Param> values;
+    if (setClause.empty() && m.record && (byId || m.where.templated())) {
+        t = &m.templateFor(byId              ? dbtable::kUpdateById
+                           : m.where.empty() ? dbtable::kUpdateAll
+                                             : dbtable::kUpdateByWhere);
+        m.recordParams(values);
+        if (byId) {
+            dbl::Param id;
+            id.type = dbl::Param::kInt;
+            id.i = m.rowIdentity;
+            values.push_back(id);
+        } else {
+            m.where.params(values);
+        }
+    }
     dbl::Error e;
     m.rowsAffected = 0;
-    if (int rc = runWrite(m.tran, sql, m.rowsAffected, m.name, m.identityColumn, nullptr, e))
+    if (int rc = runWrite(m.tran, t, values, literal, m.rowsAffected, m.name, m.identityColumn, nullptr, e))
         return m.fail(rc, e.text);
     return m.rowsAffected ? 0 : m.fail(DB_NO_DATA, "No data");
 }
@@ -68,10 +101,13 @@ int DBtable::rowInsert(bool returnIdentity) {
         return m.fail(DB_ERR_NO_STATEMENT, "no record to insert into [" + m.name + "]");
     long long identity = 0;
     const bool wantIdentity = returnIdentity && m.identityField && !m.identityColumn.empty();
+    std::vector<dbl::Param> values;
+    m.recordParams(values);
     dbl::Error e;
     m.rowsAffected = 0;
-    if (int rc = runWrite(m.tran, m.insertText(), m.rowsAffected, m.name, m.identityColumn,
-                          wantIdentity ? &identity : nullptr, e))
+    if (int rc = runWrite(
+            m.tran, &m.templateFor(dbtable::kInsert), values, [&] { return m.insertText(); }, m.rowsAffected,
+            m.name, m.identityColumn, wantIdentity ? &identity : nullptr, e))
         return m.fail(rc, e.text);
     if (wantIdentity) *m.identityField = static_cast<int>(identity);
     return 0;
@@ -81,11 +117,20 @@ int DBtable::rowDelete() {
     Impl& m = *m_impl;
     int code = 0;
     if (m.faulted(dbfault::Step::Delete, code)) return code;
-    std::string sql = "DELETE FROM " + m.name;
-    if (!m.where.empty()) sql += " WHERE " + m.where;
+    auto literal = [&] {
+        std::string sql = "DELETE FROM " + m.name;
+        if (!m.where.empty()) sql += " WHERE " + m.where.text();
+        return sql;
+    };
+    const dbtable::Template* t = nullptr;
+    std::vector<dbl::Param> values;
+    if (m.where.templated()) {
+        t = &m.templateFor(dbtable::kDelete);
+        m.where.params(values);
+    }
     dbl::Error e;
     m.rowsAffected = 0;
-    if (int rc = runWrite(m.tran, sql, m.rowsAffected, m.name, m.identityColumn, nullptr, e))
+    if (int rc = runWrite(m.tran, t, values, literal, m.rowsAffected, m.name, m.identityColumn, nullptr, e))
         return m.fail(rc, e.text);
     return m.rowsAffected ? 0 : m.fail(DB_NO_DATA, "No data");
 }
@@ -93,7 +138,9 @@ int DBtable::rowDelete() {
 int DBexecute(DBtran* tran, const std::string& sql, std::string* err) {
     dbl::Error e;
     long long rows = 0;
-    int rc = runWrite(tran, sql, rows, "", "", nullptr, e);
+    const std::vector<dbl::Param> none;
+    int rc = runWrite(
+        tran, nullptr, none, [&] { return sql; }, rows, "", "", nullptr, e);
     if (rc != 0 && err) *err = e.text;
     return rc;
 }

@@ -18,13 +18,14 @@ struct PendingLimit {
 class Translator {
   public:
     Translator(const std::string& in, const std::vector<Token>& toks, Dialect d, bool param,
-               std::vector<Param>& params)
+               std::vector<Param>& params, std::vector<Source>* sources)
         : m_in(in),
           m_t(toks),
           m_rewrite(d != Dialect::SqlServer),
           m_dialect(d),
           m_param(param),
-          m_params(params) {}
+          m_params(params),
+          m_sources(sources) {}
 
     std::string run() {
         for (size_t i = 0; i < m_t.size(); ++i) i = step(i);
@@ -161,6 +162,7 @@ class Translator {
                         p.type = Param::kInt;
                         p.i = v;
                         m_params.push_back(p);
+                        if (m_sources) m_sources->push_back({t.begin, t.end});
                         emit("?", true);
                         break;
                     }
@@ -175,6 +177,7 @@ class Translator {
                     p.type = Param::kText;
                     p.s = tokenValue(m_in, t);
                     m_params.push_back(std::move(p));
+                    if (m_sources) m_sources->push_back({t.begin, t.end});
                     emit("?", true);
                 } else {
                     emit(m_rewrite && t.kind == Token::NString ? text(t).substr(1) : text(t), true);
@@ -224,6 +227,7 @@ class Translator {
     Dialect m_dialect;
     bool m_param;
     std::vector<Param>& m_params;
+    std::vector<Source>* m_sources;
     std::vector<std::string> m_out;
     size_t m_lastSig = 0;
     int m_depth = 0;
@@ -235,16 +239,28 @@ class Translator {
 
 }  // namespace
 
-bool translate(const std::string& in, Dialect dialect, bool parameterize, std::string& out,
-               std::vector<Param>& params, std::string& err) {
+namespace {
+bool translateWith(const std::string& in, Dialect dialect, bool parameterize, std::string& out,
+                   std::vector<Param>& params, std::vector<Source>* sources, std::string& err) {
     std::vector<Token> tokens;
     if (!tokenize(in, tokens, err)) return false;
     if (dialect == Dialect::SqlServer && !parameterize) {
         out = in;
         return true;
     }
-    out = Translator(in, tokens, dialect, parameterize, params).run();
+    out = Translator(in, tokens, dialect, parameterize, params, sources).run();
     return true;
+}
+}  // namespace
+
+bool translate(const std::string& in, Dialect dialect, bool parameterize, std::string& out,
+               std::vector<Param>& params, std::string& err) {
+    return translateWith(in, dialect, parameterize, out, params, nullptr, err);
+}
+
+bool translate(const std::string& in, Dialect dialect, bool parameterize, std::string& out,
+               std::vector<Param>& params, std::vector<Source>& sources, std::string& err) {
+    return translateWith(in, dialect, parameterize, out, params, &sources, err);
 }
 
 }  // namespace dbl

@@ -21,4 +21,13 @@ enum class Dialect { SqlServer, Sqlite, Postgres };
 // Literals moved out are appended to `params`. Pure: safe from any thread.
 KO_PLATFORM_API bool translate(const std::string& in, Dialect dialect, bool parameterize, std::string& out,
                                std::vector<Param>& params, std::string& err);
+
+// Where a parameter came from: the byte range [begin, end) of its literal in the input.
+struct Source {
+    size_t begin;
+    size_t end;
+};
+// As above, also giving the input range of every literal moved into `params` (same order).
+KO_PLATFORM_API bool translate(const std::string& in, Dialect dialect, bool parameterize, std::string& out,
+                               std::vector<Param>& params, std::vector<Source>& sources, std::string& err);
 }  // namespace dbl

@@ -32,21 +32,18 @@ std::string defaultOf(int option) {
 }
 
 // What the rounds of one process do, so that the worker and the final check agree. Per round: set
-// one option (some values carry a quote), remove another every third round.
+// one option (some values carry a quote), remove another (0: none) every third round.
 struct Round {
     long long job;
     unsigned long long setId;
     std::string value;
-    unsigned long long removeId;  // 0: none
+    unsigned long long removeId;
 };
 
 Round roundOf(int process, int round) {
-    Round r;
-    r.job = jobOf(process, round);
-    r.setId = 1 + round % kOptions;
-    r.value = "p" + std::to_string(process) + "-r" + std::to_string(round) + (round % 4 == 0 ? "'q" : "");
-    r.removeId = round % 3 == 2 ? 1 + (round * 5) % kOptions : 0;
-    return r;
+    return {jobOf(process, round), 1ULL + round % kOptions,
+            "p" + std::to_string(process) + "-r" + std::to_string(round) + (round % 4 == 0 ? "'q" : ""),
+            round % 3 == 2 ? 1ULL + (round * 5) % kOptions : 0};
 }
 
 using Model = std::map<long long, std::map<unsigned long long, std::string>>;  // job -> option -> value
@@ -88,9 +85,8 @@ void runRounds(const std::string& url, int process) {
         other.optionId = 1;
         ASSERT_EQ(ti->lookup(other, err, nullptr), 0) << "round " << round << ": " << err;
         std::string value;
-        const unsigned long long shared = 1 + round % kOptions;
-        ASSERT_EQ(ti->getDefaultOption(shared, value, err, nullptr), 0) << "round " << round << ": " << err;
-        ASSERT_EQ(value, defaultOf(static_cast<int>(shared)));
+        ASSERT_EQ(ti->getDefaultOption(r.setId, value, err, nullptr), 0) << "round " << round << ": " << err;
+        ASSERT_EQ(value, defaultOf(static_cast<int>(r.setId)));
     }
 }
 

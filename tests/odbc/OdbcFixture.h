@@ -1,50 +1,60 @@
 #pragma once
-// A fresh schema of this process's own on the private server for each test, a connection working in
-// it, and helpers to run statements through the backend boundary.
+// A connection to the private PostgreSQL server of the test run (scripts/with-postgres.sh), in a schema
+// of this process's own. Tests hold the server lock shared while they use the server and exclusively
+// while they stop and restart it, so that tests of other programs never see it go away.
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/file.h>
 #include <unistd.h>
 
+#include <cstdlib>
 #include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
-#include "odbc/PgServer.h"
 #include "platform/db/Backend.h"
 #include "platform/db/odbc/OdbcConnection.h"
 
 using Row = std::vector<std::optional<std::string>>;
 
+inline std::string envOf(const char* name) {
+    const char* v = std::getenv(name);
+    return v ? v : "";
+}
+
 class OdbcTest : public ::testing::Test {
   protected:
     void SetUp() override {
-        PG_REQUIRE_SERVER();
-        m_lock = std::make_unique<pgtest::ServerLock>(exclusiveServer());
+        const std::string base = envOf("TASKDB_TEST_PG_URL");
+        if (base.empty()) GTEST_SKIP() << "TASKDB_TEST_PG_URL is not set: run under scripts/with-postgres.sh";
+        if (exclusiveServer() && envOf("TASKDB_TEST_PG_CTL").empty())
+            GTEST_SKIP() << "TASKDB_TEST_PG_CTL is not set";
+        m_lockFd = ::open(envOf("TASKDB_TEST_PG_LOCK").c_str(), O_RDONLY | O_CLOEXEC);
+        if (m_lockFd >= 0) flock(m_lockFd, exclusiveServer() ? LOCK_EX : LOCK_SH);
         schema = "taskdb_o" + std::to_string(getpid());
-        dbl::Error err;
-        m_admin = dbl::connectOdbc(pgtest::baseUrl(), err);
-        ASSERT_NE(m_admin, nullptr) << err.text;
-        ASSERT_EQ(m_admin->executeNative("DROP SCHEMA IF EXISTS " + schema + " CASCADE", err), 0) << err.text;
-        ASSERT_EQ(m_admin->executeNative("CREATE SCHEMA " + schema, err), 0) << err.text;
-        url = pgtest::schemaUrl(schema);
+        url = base + (base.back() == ';' ? "" : ";") + "ConnSettings={SET search_path TO " + schema + "};";
+        ASSERT_TRUE(onServer("DROP SCHEMA IF EXISTS " + schema + " CASCADE") &&
+                    onServer("CREATE SCHEMA " + schema));
         conn = open();
         ASSERT_NE(conn, nullptr);
     }
 
     void TearDown() override {
         conn.reset();
-        dbl::Error err;
-        const std::string drop = "DROP SCHEMA IF EXISTS " + schema + " CASCADE";
-        if (m_admin && m_admin->executeNative(drop, err) != 0 && m_admin->broken()) {
-            m_admin = dbl::connectOdbc(pgtest::baseUrl(), err);  // the server was restarted
-            if (m_admin) m_admin->executeNative(drop, err);
-        }
-        m_admin.reset();
-        m_lock.reset();
+        if (m_stopped) pgCtl("start");
+        if (!schema.empty()) onServer("DROP SCHEMA IF EXISTS " + schema + " CASCADE");
+        if (m_lockFd >= 0) ::close(m_lockFd);
     }
 
     // Tests that stop the server say so.
     virtual bool exclusiveServer() const { return false; }
+    bool stopServer() { return m_stopped = pgCtl("stop -m fast"); }
+    bool startServer() {
+        if (!pgCtl("start")) return false;
+        m_stopped = false;
+        return true;
+    }
 
     std::unique_ptr<dbl::Connection> open() {
         dbl::Error err;
@@ -55,19 +65,35 @@ class OdbcTest : public ::testing::Test {
 
   public:
     static void bindAll(dbl::Statement& st, const std::vector<dbl::Param>& params) {
-        int index = 1;
-        for (const dbl::Param& p : params) {
-            if (p.type == dbl::Param::kInt)
-                st.bindInt64(index, p.i);
-            else if (p.type == dbl::Param::kText)
-                st.bindText(index, p.s);
+        for (size_t i = 0; i < params.size(); ++i) {
+            const int index = static_cast<int>(i) + 1;
+            if (params[i].type == dbl::Param::kInt)
+                st.bindInt64(index, params[i].i);
+            else if (params[i].type == dbl::Param::kText)
+                st.bindText(index, params[i].s);
             else
                 st.bindNull(index);
-            ++index;
         }
     }
 
-    // Runs `sql` (the library's dialect) on `c` and returns its rows; the step's final code in *rc.
+    // Steps `st` to its end, appending its rows; returns the final code (100 when all went well).
+    static int readRows(dbl::Statement& st, std::vector<Row>& rows, dbl::Error& err) {
+        int code;
+        while ((code = st.step(err)) == 0) {
+            Row row;
+            for (int i = 0; i < st.columnCount(); ++i) {
+                std::string text;
+                const bool null = st.columnIsNull(i);  // asked before the value, as the store does
+                if (!null) st.columnText(i, text);
+                row.push_back(null ? std::nullopt : std::optional<std::string>(text));
+            }
+            rows.push_back(row);
+        }
+        return code;
+    }
+
+    // Runs `sql` (the library's dialect) on `c` and returns its rows; the step's final code in *rc,
+    // else the test fails unless it is no-data.
     static std::vector<Row> query(dbl::Connection& c, const std::string& sql, int* rc = nullptr,
                                   dbl::Error* error = nullptr) {
         dbl::Error err;
@@ -77,19 +103,7 @@ class OdbcTest : public ::testing::Test {
         int code = err.code;
         if (st) {
             bindAll(*st, params);
-            while ((code = st->step(err)) == 0) {
-                Row row;
-                for (int i = 0; i < st->columnCount(); ++i) {
-                    if (st->columnIsNull(i)) {
-                        row.emplace_back();
-                    } else {
-                        std::string text;
-                        st->columnText(i, text);
-                        row.emplace_back(text);
-                    }
-                }
-                rows.push_back(row);
-            }
+            code = readRows(*st, rows, err);
         }
         if (rc)
             *rc = code;
@@ -101,12 +115,28 @@ class OdbcTest : public ::testing::Test {
 
   protected:
     void exec(const std::string& sql) { query(*conn, sql); }
+    std::optional<std::string> first(const std::string& sql) {
+        auto rows = query(*conn, sql);
+        return rows.empty() || rows[0].empty() ? std::nullopt : rows[0][0];
+    }
 
     std::string schema;
     std::string url;
     std::unique_ptr<dbl::Connection> conn;
 
   private:
-    std::unique_ptr<pgtest::ServerLock> m_lock;
-    std::unique_ptr<dbl::Connection> m_admin;
+    static bool pgCtl(const std::string& action) {
+        return std::system((envOf("TASKDB_TEST_PG_CTL") + " " + action + " >/dev/null 2>&1").c_str()) == 0;
+    }
+    // On a connection of its own, made anew each time since the server may have been restarted.
+    bool onServer(const std::string& sql) {
+        dbl::Error err;
+        auto admin = dbl::connectOdbc(envOf("TASKDB_TEST_PG_URL"), err);
+        if (admin && admin->executeNative(sql, err) == 0) return true;
+        ADD_FAILURE() << sql << ": " << err.text;
+        return false;
+    }
+
+    int m_lockFd = -1;
+    bool m_stopped = false;
 };

@@ -20,12 +20,10 @@ TEST_F(OdbcTest, CommitKeepsRollbackUndoesAndTheConnectionReturnsToAutocommit) {
     auto other = open();
     ASSERT_NE(other, nullptr);
     dbl::Error err;
-
     ASSERT_EQ(conn->begin(true, err), 0) << err.text;
     exec("INSERT INTO t (id) VALUES (1)");
     EXPECT_EQ(count(*other, "t"), "0") << "not visible before commit";
     ASSERT_EQ(conn->rollback(err), 0) << err.text;
-    EXPECT_EQ(count(*other, "t"), "0");
 
     ASSERT_EQ(conn->begin(true, err), 0) << err.text;
     EXPECT_NE(conn->begin(true, err), 0) << "no nested begin";
@@ -33,12 +31,10 @@ TEST_F(OdbcTest, CommitKeepsRollbackUndoesAndTheConnectionReturnsToAutocommit) {
     // A failed statement takes back only itself, as on the embedded store: the transaction goes on.
     int rc = 0;
     query(*conn, "INSERT INTO t (id) VALUES (N'not a number')", &rc);
-    EXPECT_NE(rc, 0);
-    EXPECT_NE(rc, 100);
+    EXPECT_TRUE(rc != 0 && rc != 100) << rc;
     exec("INSERT INTO t (id) VALUES (3)");
     ASSERT_EQ(conn->commit(err), 0) << err.text;
-    EXPECT_EQ(count(*other, "t"), "2");
-
+    EXPECT_EQ(count(*other, "t"), "2") << "the rolled-back row is gone, both committed ones are there";
     // Back in autocommit: a statement outside a transaction is visible at once.
     exec("INSERT INTO t (id) VALUES (4)");
     EXPECT_EQ(count(*other, "t"), "3");
@@ -57,17 +53,14 @@ TEST_F(OdbcTest, WritersQueueAtBeginWhileReadersGoOn) {
     std::promise<Clock::time_point> began;
     std::thread second([&] {
         dbl::Error e;
-        int rc = writer2->begin(true, e);
+        const int rc = writer2->begin(true, e);
         began.set_value(Clock::now());
         EXPECT_EQ(rc, 0) << e.text;
-        if (rc == 0) {
-            // It sees the first writer's row: it started after that commit.
-            EXPECT_EQ(count(*writer2, "w"), "1");
-            writer2->commit(e);
-        }
+        if (rc != 0) return;
+        EXPECT_EQ(count(*writer2, "w"), "1") << "it started after the first writer's commit";
+        writer2->commit(e);
     });
     auto secondBegan = began.get_future();
-
     // A reader neither waits for the writer nor sees its uncommitted row.
     EXPECT_EQ(reader->begin(false, err), 0) << err.text;
     EXPECT_EQ(count(*reader, "w"), "0");
@@ -75,7 +68,7 @@ TEST_F(OdbcTest, WritersQueueAtBeginWhileReadersGoOn) {
 
     EXPECT_EQ(secondBegan.wait_for(std::chrono::milliseconds(300)), std::future_status::timeout)
         << "the second writer must wait for the first";
-    Clock::time_point committed = Clock::now();
+    const Clock::time_point committed = Clock::now();
     EXPECT_EQ(conn->commit(err), 0) << err.text;
     EXPECT_GE(secondBegan.get(), committed);
     second.join();
@@ -97,18 +90,14 @@ TEST_F(OdbcTest, IdentitiesFollowExplicitIdsAndAreReportedPerConnection) {
     exec("INSERT INTO TM_Items (name, seen) VALUES (N'after', N'2024-02-03 04:05:06')");
     EXPECT_EQ(conn->lastIdentity("TM_Items", "itemId", err), 11)
         << "generated ids continue after explicit ones";
-
     auto other = open();
     ASSERT_NE(other, nullptr);
     query(*other, "INSERT INTO TM_Items (name) VALUES (N'elsewhere')");
     EXPECT_EQ(other->lastIdentity("TM_Items", "itemId", err), 12);
     EXPECT_EQ(conn->lastIdentity("TM_Items", "itemId", err), 11) << "each connection sees its own insert";
 
-    // Columns that were not given take their defaults: 0, '' and no date.
-    auto rows = query(*conn, "SELECT name, size, seen FROM TM_Items WHERE itemId = 1");
-    ASSERT_EQ(rows.size(), 1u);
-    EXPECT_EQ(rows[0][1], std::optional<std::string>("0"));
-    EXPECT_FALSE(rows[0][2].has_value());
-    EXPECT_EQ(query(*conn, "SELECT seen FROM TM_Items WHERE itemId = 11")[0][0],
-              std::optional<std::string>("2024-02-03 04:05:06"));
+    // Columns that were not given take their defaults: 0 and no date.
+    EXPECT_EQ(query(*conn, "SELECT size, seen FROM TM_Items WHERE itemId IN (1, 11) ORDER BY itemId"),
+              (std::vector<Row>{{std::string("0"), std::nullopt},
+                                {std::string("0"), std::string("2024-02-03 04:05:06")}}));
 }

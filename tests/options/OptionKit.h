@@ -1,9 +1,11 @@
 #pragma once
 // Seeding helpers and a recording callback shared by the option tests.
+#include <algorithm>
 #include <string>
 #include <vector>
 
 #include "TaskCarriers.h"
+#include "platform/trace/EvDebug.h"
 #include "support/TestStore.h"
 
 // One delivered option, with the entry point that delivered it.
@@ -28,9 +30,11 @@ class Recorder : public OptionCallBack, public FileCallBack {
     void file(unsigned long long id, std::string value, int type) override {
         got.push_back({Delivery::File, id, value, type});
     }
+    // The delivered ids, sorted.
     std::vector<unsigned long long> ids() const {
         std::vector<unsigned long long> out;
         for (const auto& d : got) out.push_back(d.id);
+        std::sort(out.begin(), out.end());
         return out;
     }
     std::vector<Delivery> got;
@@ -65,8 +69,7 @@ class OptionStoreTest : public StoreTest {
     long long jobWithRequest(long long job, int subTask, int created) {
         exec(
             "INSERT INTO TM_JobRequest (taskId, subTaskId, subTaskType, operationType, initiatedFrom, "
-            "userId, "
-            "created, subOperationType) VALUES (0, " +
+            "userId, created, subOperationType) VALUES (0, " +
             std::to_string(subTask) + ", 0, 0, 0, 0, " + std::to_string(created) + ", N'')");
         long long request = scalar("SELECT MAX(jobRequestId) FROM TM_JobRequest");
         exec("INSERT INTO TM_Jobs (jobId, jobRequestId, predecessor, status, timeToStart) VALUES (" +
@@ -83,14 +86,17 @@ class OptionStoreTest : public StoreTest {
     // Every TM_JobOptions row as text, to tell whether an operation changed anything.
     std::string snapshot() {
         std::string out;
-        long long last = scalar("SELECT MAX(id) FROM TM_JobOptions");
-        for (long long id = 1; id <= last; ++id) {
-            std::string where = " FROM TM_JobOptions WHERE id = " + std::to_string(id);
-            if (scalar("SELECT COUNT(*)" + where) == 0) continue;
-            out += std::to_string(scalar("SELECT jobId" + where)) + "/" +
-                   std::to_string(scalar("SELECT optionId" + where)) + "/" +
-                   std::to_string(scalar("SELECT type" + where)) + "=" + text("SELECT value" + where) + ";";
-        }
+        for (long long id = 1, last = scalar("SELECT MAX(id) FROM TM_JobOptions"); id <= last; ++id)
+            out += text(
+                       "SELECT jobId || '/' || optionId || '/' || type || '=' || value FROM TM_JobOptions "
+                       "WHERE id = " +
+                       std::to_string(id)) +
+                   ";";
         return out;
+    }
+    // The level of the only trace line of `name` holding `needle`; -1 when there is not exactly one.
+    static int levelOf(const evtrace::Capture& cap, const std::string& needle, const std::string& name) {
+        auto lines = cap.find(needle, name);
+        return lines.size() == 1 ? lines[0].level : -1;
     }
 };

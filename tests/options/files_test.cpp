@@ -1,8 +1,5 @@
 // getFiles, setFiles and removeFiles: file options are job option rows typed 150001..150014.
-#include <algorithm>
-
 #include "options/OptionKit.h"
-#include "platform/trace/EvDebug.h"
 
 class FileOptions : public OptionStoreTest {};
 
@@ -14,6 +11,7 @@ TEST_P(FileOptions, SetFilesReplacesSingleValueTypeAndAddsOthersGetFilesReadsThe
     info.jobId = 42;
     evtrace::Capture cap;
     std::string err;
+    const std::string name = "TaskInterfaceDB::setFiles";
     const TaskFile single(20, "C:\\new", 150002), other(21, "/b", 150005), same(21, "/a", 150005),
         hostile(22, "it's; --\xC3\xA9", 150007);
     ASSERT_EQ(ti->setFiles(info, {&single, &other, &same, &hostile}, err, nullptr), 0) << err;
@@ -21,19 +19,9 @@ TEST_P(FileOptions, SetFilesReplacesSingleValueTypeAndAddsOthersGetFilesReadsThe
     EXPECT_EQ(valueOf(42, 20), "C:\\new");
     EXPECT_EQ(rows("jobId = 42 AND optionId = 21 AND type = 150005"), 2);
     EXPECT_EQ(rows("jobId = 42 AND optionId = 21 AND created = 777"), 1);
-    auto modify = cap.find("Modify optionId[20], new value is [C:\\new], new type is [150002]",
-                           "TaskInterfaceDB::setFiles");
-    ASSERT_EQ(modify.size(), 1u);
-    EXPECT_EQ(modify[0].level, 3);
-    EXPECT_EQ(
-        cap.find("Add optionId[21], new value is [/b], new type is [150005]", "TaskInterfaceDB::setFiles")
-            .size(),
-        1u);
-    EXPECT_EQ(
-        cap.find("Called with jobId[42], optionId[21], type[150005], value[/a]", "TaskInterfaceDB::setFiles")
-            .at(0)
-            .jobId,
-        42);
+    EXPECT_EQ(levelOf(cap, "Modify optionId[20], new value is [C:\\new], new type is [150002]", name), 3);
+    EXPECT_EQ(cap.find("Add optionId[21], new value is [/b], new type is [150005]", name).size(), 1u);
+    EXPECT_EQ(cap.find("Called with jobId[42], optionId[21], type[150005], value[/a]", name).at(0).jobId, 42);
     EXPECT_EQ(cap.find("new type is [150005]").size(), 1u);  // the unchanged /a wrote nothing
     // Matched by value, the hostile text is found again and not added twice.
     ASSERT_EQ(ti->setFiles(info, {&hostile}, err, nullptr), 0);
@@ -47,13 +35,11 @@ TEST_P(FileOptions, SetFilesReplacesSingleValueTypeAndAddsOthersGetFilesReadsThe
     jobOption(43, 6, 150007, "other job");
     Recorder all, one;
     ASSERT_EQ(ti->getFiles(info, &all, err, nullptr), 0);
-    auto ids = all.ids();
-    std::sort(ids.begin(), ids.end());
-    EXPECT_EQ(ids, (std::vector<unsigned long long>{1, 3, 20, 21, 21, 22}));
+    EXPECT_EQ(all.ids(), (std::vector<unsigned long long>{1, 3, 20, 21, 21, 22}));
     info.type = 150007;
     ASSERT_EQ(ti->getFiles(info, &one, err, nullptr), 0);
     EXPECT_EQ(one.got, (std::vector<Delivery>{{Delivery::File, 22, "it's; --\xC3\xA9", 150007}}));
-    EXPECT_EQ(cap.find("Called with jobId[42], type[150007]", "TaskInterfaceDB::getFiles").at(0).level, 5);
+    EXPECT_EQ(levelOf(cap, "Called with jobId[42], type[150007]", "TaskInterfaceDB::getFiles"), 5);
     auto found =
         cap.find("Found optionId[22], value [it's; --\xC3\xA9], type[150007]", "TaskInterfaceDB::getFiles");
     ASSERT_EQ(found.size(), 2u);
@@ -73,13 +59,13 @@ TEST_P(FileOptions, RemoveFilesByFileOrByNameRemovesTheOptionIds) {
     std::string err;
     const TaskFile byFile(2, "value not used", 150005);
     ASSERT_EQ(ti->removeFiles(info, std::vector<const TaskFile*>{&byFile}, err, nullptr), 0);
-    EXPECT_EQ(rows("jobId = 42"), 3);
     EXPECT_EQ(rows("jobId = 42 AND optionId = 2"), 0);
+    EXPECT_EQ(rows("jobId = 42"), 3);
     // The names select nothing: each pass removes info.optionId.
     info.optionId = 1;
     ASSERT_EQ(ti->removeFiles(info, std::vector<std::string>{"d", "x", "y"}, err, nullptr), 0);
-    EXPECT_EQ(rows("jobId = 42"), 1);
     EXPECT_EQ(valueOf(42, 3), "d");
+    EXPECT_EQ(rows("jobId = 42"), 1);
     EXPECT_EQ(rows("jobId = 43"), 1);
     auto deletes = cap.find(" rowDelete : Table TM_JobOptions", "TaskInterfaceDB::removeFiles");
     ASSERT_EQ(deletes.size(), 4u);

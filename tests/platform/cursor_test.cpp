@@ -54,29 +54,22 @@ TEST_F(CursorTest, StatementTextFilledFromArgumentsOrValues) {
     bound.setValuesBound(true);
     EXPECT_EQ(bigs(bound), (std::vector<long long>{1, 3}));
 
+    // A date value binds in the store's text form.
+    Widget w(nullptr);
+    w.rec.big = 4;
+    ASSERT_TRUE(DBparseDate("2021-07-08 09:10:11", w.rec.whenAt));
+    ASSERT_EQ(w.rowInsert(true), 0);
+    NoteCursor dated;
+    dated.setStatementText("SELECT note, big FROM Widget WHERE whenAt = N'%s'");
+    KOTIMESTAMP_STRUCT ts;
+    ts.year = 2021, ts.month = 7, ts.day = 8, ts.hour = 9, ts.minute = 10, ts.second = 11;
+    dated.BindInput(new KODB_datetime(ts));
+    dated.setValuesBound(true);
+    EXPECT_EQ(bigs(dated), (std::vector<long long>{4}));
+
     NoteCursor none;  // no arguments: the statement text as it is, which is not valid SQL here
     EXPECT_NE(none.openCursor(), 0);
     NoteCursor empty;
     empty.setStatementText("");
     EXPECT_EQ(empty.openCursor(), DB_ERR_NO_STATEMENT);
-}
-
-TEST_F(CursorTest, DateValuesBindInTheStoresTextForm) {
-    Widget w(nullptr);
-    w.rec.big = 4;
-    ASSERT_TRUE(DBparseDate("2021-07-08 09:10:11", w.rec.whenAt));
-    ASSERT_EQ(w.rowInsert(true), 0);
-
-    NoteCursor dated;
-    dated.setStatementText("SELECT note, big FROM Widget WHERE whenAt = N'%s'");
-    KOTIMESTAMP_STRUCT ts;
-    ts.year = 2021;
-    ts.month = 7;
-    ts.day = 8;
-    ts.hour = 9;
-    ts.minute = 10;
-    ts.second = 11;
-    dated.BindInput(new KODB_datetime(ts));
-    dated.setValuesBound(true);
-    EXPECT_EQ(bigs(dated), (std::vector<long long>{4}));
 }

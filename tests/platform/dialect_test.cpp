@@ -21,27 +21,6 @@ std::string tr(const std::string& in, dbl::Dialect d) {
     return out;
 }
 
-const std::string kRemoveOptions =
-    "(jobId=5 OR (jobId=0 AND subTaskId=(SELECT subTaskId FROM TM_JobRequest WITH (READUNCOMMITTED) WHERE "
-    "jobRequestId IN (SELECT jobRequestId FROM TM_Jobs WITH (READUNCOMMITTED) WHERE [jobId]=5))\t\t\tAND "
-    "created <= "
-    "(SELECT TOP 1 created FROM TM_JobRequest WITH (READUNCOMMITTED) WHERE jobRequestId IN (SELECT "
-    "jobRequestId FROM "
-    "TM_Jobs WITH (READUNCOMMITTED) WHERE jobId=5))\t\t\tAND (modified=0 OR modified > (SELECT TOP 1 created "
-    "FROM "
-    "TM_JobRequest WITH (READUNCOMMITTED) WHERE jobRequestId IN (SELECT jobRequestId FROM TM_Jobs WITH "
-    "(READUNCOMMITTED) WHERE jobId=5)))))\t\t\tAND optionId = 77";
-
-const std::string kRemoveOptionsSqlite =
-    "(jobId=5 OR (jobId=0 AND subTaskId=(SELECT subTaskId FROM TM_JobRequest WHERE jobRequestId IN (SELECT "
-    "jobRequestId FROM TM_Jobs WHERE \"jobId\"=5))\t\t\tAND created <= (SELECT created FROM TM_JobRequest "
-    "WHERE "
-    "jobRequestId IN (SELECT jobRequestId FROM TM_Jobs WHERE jobId=5) LIMIT 1)\t\t\tAND (modified=0 OR "
-    "modified > "
-    "(SELECT created FROM TM_JobRequest WHERE jobRequestId IN (SELECT jobRequestId FROM TM_Jobs WHERE "
-    "jobId=5) "
-    "LIMIT 1))))\t\t\tAND optionId = 77";
-
 }  // namespace
 
 TEST(Dialect, RewritesExactlyTheKnownConstructs) {
@@ -49,7 +28,6 @@ TEST(Dialect, RewritesExactlyTheKnownConstructs) {
         // TOP goes to the end of its own SELECT: the subquery's parenthesis or the statement's end.
         {"subTaskId IN (SELECT TOP 1 subTaskId FROM TM_SubTask WHERE taskId=7)",
          "subTaskId IN (SELECT subTaskId FROM TM_SubTask WHERE taskId=7 LIMIT 1)", nullptr},
-        {"SELECT TOP 10 a FROM t ORDER BY a DESC", "SELECT a FROM t ORDER BY a DESC LIMIT 10", nullptr},
         {"select distinct top (3) a from t", "select distinct a from t LIMIT 3", nullptr},
         {"SELECT TOP 1 a FROM t -- trailing note", "SELECT a FROM t LIMIT 1 -- trailing note", nullptr},
         {"SELECT TOP 2 a FROM t; SELECT TOP 3 b FROM u", "SELECT a FROM t LIMIT 2; SELECT b FROM u LIMIT 3",
@@ -58,8 +36,6 @@ TEST(Dialect, RewritesExactlyTheKnownConstructs) {
          "SELECT x FROM (SELECT x FROM t ORDER BY x LIMIT 5) s LIMIT 1", nullptr},
         {"SELECT TOP 10 PERCENT a FROM t", "SELECT TOP 10 PERCENT a FROM t", nullptr},
         // The read-uncommitted hint disappears, with any spelling of case and blanks.
-        {"jobRequestId = (SELECT jobRequestId from TM_Jobs WITH (READUNCOMMITTED) where jobId = 9)",
-         "jobRequestId = (SELECT jobRequestId from TM_Jobs where jobId = 9)", nullptr},
         {"FROM t with ( readuncommitted )) x", "FROM t) x", nullptr},
         {"FROM t WITH (NOLOCK)", "FROM t WITH (NOLOCK)", nullptr},
         {"WITH x AS (SELECT 1) SELECT * FROM x", "WITH x AS (SELECT 1) SELECT * FROM x", nullptr},
@@ -67,15 +43,8 @@ TEST(Dialect, RewritesExactlyTheKnownConstructs) {
         {"value = N'a''b'", "value = 'a''b'", nullptr},
         {"[jobId]=5 AND [we\"ird]]name]=1", "\"jobId\"=5 AND \"we\"\"ird]name\"=1",
          "jobId=5 AND we\"ird]name=1"},
-        // Pattern clauses with tabs pass through.
-        {"patternId IN ( SELECT patternId FROM TM_PatternAssoc WHERE subTaskId IN (\t\t\t\tSELECT subTaskId "
-         "FROM "
-         "TM_SubTask WHERE taskId IN (SELECT taskId FROM TM_AssocEntity WHERE clientId = 4)))",
-         "patternId IN ( SELECT patternId FROM TM_PatternAssoc WHERE subTaskId IN (\t\t\t\tSELECT subTaskId "
-         "FROM "
-         "TM_SubTask WHERE taskId IN (SELECT taskId FROM TM_AssocEntity WHERE clientId = 4)))",
-         nullptr},
-        {"(flags & 128) = 128", "(flags & 128) = 128", nullptr},
+        {"(flags & 128) = 128 AND\tx IN (\t\tSELECT y FROM t)",
+         "(flags & 128) = 128 AND\tx IN (\t\tSELECT y FROM t)", nullptr},
         // Literals, quoted names and comments are never rewritten inside.
         {"x = 'SELECT TOP 1 [a] WITH (READUNCOMMITTED) N''b'''",
          "x = 'SELECT TOP 1 [a] WITH (READUNCOMMITTED) N''b'''", nullptr},
@@ -90,7 +59,6 @@ TEST(Dialect, RewritesExactlyTheKnownConstructs) {
         EXPECT_EQ(tr(c.in, dbl::Dialect::Postgres), c.postgres ? c.postgres : c.sqlite) << c.in;
         EXPECT_EQ(tr(c.in, dbl::Dialect::SqlServer), c.in);
     }
-    EXPECT_EQ(tr(kRemoveOptions, dbl::Dialect::Sqlite), kRemoveOptionsSqlite);
 }
 
 TEST(Dialect, ParameterizeMovesLiteralsOutInOrder) {
@@ -110,17 +78,14 @@ TEST(Dialect, ParameterizeMovesLiteralsOutInOrder) {
     EXPECT_EQ(params[3].s, "q");
 
     // Sort positions, decimals, out-of-range numbers, NULL and DDL stay in the text.
-    params.clear();
-    ASSERT_TRUE(dbl::translate(
-        "SELECT a FROM t WHERE b = 1.5 AND c = 99999999999999999999 AND d IS NULL ORDER BY 2, 1",
-        dbl::Dialect::Postgres, true, out, params, err));
-    EXPECT_EQ(out, "SELECT a FROM t WHERE b = 1.5 AND c = 99999999999999999999 AND d IS NULL ORDER BY 2, 1");
-    EXPECT_TRUE(params.empty());
-    params.clear();
-    ASSERT_TRUE(dbl::translate("CREATE TABLE t (a INTEGER DEFAULT 0, b TEXT DEFAULT '')",
-                               dbl::Dialect::Sqlite, true, out, params, err));
-    EXPECT_EQ(out, "CREATE TABLE t (a INTEGER DEFAULT 0, b TEXT DEFAULT '')");
-    EXPECT_TRUE(params.empty());
+    for (const char* kept :
+         {"SELECT a FROM t WHERE b = 1.5 AND c = 99999999999999999999 AND d IS NULL ORDER BY 2, 1",
+          "CREATE TABLE t (a INTEGER DEFAULT 0, b TEXT DEFAULT '')"}) {
+        params.clear();
+        ASSERT_TRUE(dbl::translate(kept, dbl::Dialect::Postgres, true, out, params, err));
+        EXPECT_EQ(out, kept);
+        EXPECT_TRUE(params.empty()) << kept;
+    }
 
     // SQL Server keeps its text but still parameterizes when asked.
     params.clear();
@@ -135,11 +100,8 @@ TEST(Dialect, LongAndHostileLiteralsSurviveParameterization) {
     std::string longText(4000, 'x');
     longText[10] = '\'';
     longText[3999] = '-';
-    std::string escaped;
-    for (char c : longText) {
-        escaped += c;
-        if (c == '\'') escaped += '\'';
-    }
+    std::string escaped = longText;
+    escaped.insert(10, "'");
     std::string out, err;
     std::vector<dbl::Param> params;
     ASSERT_TRUE(dbl::translate("UPDATE t SET v = N'" + escaped + "' WHERE k = '--;' AND j = 'caf\xc3\xa9'",

@@ -5,48 +5,10 @@
 
 #include "PlatformFixture.h"
 #include "TestValues.h"
-#include "platform/db/Backend.h"
 #include "platform/db/DBerrors.h"
 #include "platform/db/DBtran.h"
-#include "platform/db/sqlite/Sqlite.h"
 
 namespace {
-
-// The task tables that the procedures read (created here too, so the tests do not depend on the
-// generated catalogue; CREATE ... IF NOT EXISTS leaves the catalogue's tables alone).
-const DBschemaColumn kJobOptions[] = {{"id", 'i', 0},        {"jobId", 'b', 0},     {"optionId", 'b', 0},
-                                      {"type", 'i', 0},      {"value", 's', 0},     {"taskId", 'i', 0},
-                                      {"subTaskId", 'i', 0}, {"lastJobId", 'b', 0}, {"created", 'x', 0},
-                                      {"modified", 'x', 0}};
-const DBschemaColumn kSubTaskOptions[] = {
-    {"id", 'i', 0}, {"subTaskId", 'i', 0}, {"optionId", 'b', 0}, {"type", 'i', 0}, {"value", 's', 0}};
-const DBschemaColumn kStatic[] = {{"optionId", 'b', 0}, {"xpath", 's', 2049}, {"defVal", 's', 2049},
-                                  {"bitVal", 'i', 0},   {"flagType", 'i', 0}, {"type", 'i', 0},
-                                  {"isList", 'i', 0}};
-const DBschemaColumn kXml[] = {{"subTaskId", 'i', 0}, {"xmlValue", 's', 0}};
-const DBschemaColumn kJobs[] = {{"jobId", 'b', 0},
-                                {"jobRequestId", 'i', 0},
-                                {"predecessor", 'b', 0},
-                                {"status", 'i', 0},
-                                {"timeToStart", 'x', 0}};
-const DBschemaColumn kRequests[] = {
-    {"jobRequestId", 'i', 0}, {"taskId", 'i', 0},        {"subTaskId", 'i', 0},
-    {"subTaskType", 'i', 0},  {"operationType", 'i', 0}, {"initiatedFrom", 'i', 0},
-    {"userId", 'i', 0},       {"created", 'i', 0},       {"subOperationType", 's', 0}};
-const DBschemaColumn kSubTasks[] = {
-    {"subTaskId", 'i', 0},    {"subTaskName", 's', 511},   {"taskId", 'i', 0},
-    {"subTaskType", 'i', 0},  {"operationType", 'i', 0},   {"flags", 'i', 0},
-    {"subTaskOrder", 'i', 0}, {"deleted", 'i', 0},         {"uninstalled", 'i', 0},
-    {"defaultTask", 'i', 0},  {"subOperationType", 's', 0}};
-const DBschemaTable kTaskTables[] = {
-    {"TM_JobOptions", kJobOptions, 10, "id", "id"},
-    {"TM_SubTaskOptions", kSubTaskOptions, 5, "id", "id"},
-    {"TM_StaticTaskOption", kStatic, 7, "", "optionId"},
-    {"TM_SubTaskXMLOptions", kXml, 2, "", "subTaskId"},
-    {"TM_Jobs", kJobs, 5, "", "jobId"},
-    {"TM_JobRequest", kRequests, 9, "jobRequestId", "jobRequestId"},
-    {"TM_SubTask", kSubTasks, 11, "subTaskId", "subTaskId"},
-};
 
 // Output records of the procedures, with their column descriptors.
 struct Options_t {
@@ -75,21 +37,15 @@ class Proc : public DBtable {
     }
     Rec rec;
 };
+using BigProc = Proc<Big_t>;
+using TextProc = Proc<Text_t>;
+using Rows = std::vector<std::pair<long long, std::string>>;
 
+// The task tables come from the catalogue that the fixture's schema set-up created.
 class ProcedureTest : public PlatformTest {
   protected:
     void SetUp() override {
         PlatformTest::SetUp();
-        dbl::Error e;
-        auto conn = dbl::sqlite::connect(path, e);
-        ASSERT_NE(conn, nullptr) << e.text;
-        auto ddl = dbl::sqlite::makeDdl();
-        for (const DBschemaTable& t : kTaskTables)
-            for (const auto& sql : ddl->createTable(t)) ASSERT_EQ(conn->executeNative(sql, e), 0) << e.text;
-        seed();
-    }
-
-    void seed() {
         // Task 10 has subtasks 100 and 101, task 20 has 200.
         exec("INSERT INTO TM_SubTask (subTaskId, taskId) VALUES (101, 10), (100, 10), (200, 20)");
         exec(
@@ -114,20 +70,19 @@ class ProcedureTest : public PlatformTest {
             "INSERT INTO TM_StaticTaskOption (optionId, xpath, bitVal) VALUES (1, 'a/b', 1), (2, '', 2), "
             "(5, 'x5', 0), (6, 's6', 8), (7, 'seven', 16), (8, '', -2147483648)");
         exec(
-            "INSERT INTO TM_SubTaskOptions (subTaskId, optionId, value) VALUES (300, 7, 'yes'), (300, 1, "
-            "'0'), "
-            "(300, 8, '1'), (100, 6, ''), (100, 2, '1'), (101, 1, '1')");
+            "INSERT INTO TM_SubTaskOptions (subTaskId, optionId, value) VALUES (300, 7, 'yes'), "
+            "(300, 1, '0'), (300, 8, '1'), (100, 6, ''), (100, 2, '1'), (101, 1, '1'), (-5, 7, 'x')");
         exec("INSERT INTO TM_SubTaskXMLOptions (subTaskId, xmlValue) VALUES (100, N'<xml a=''1''/>')");
     }
 
-    std::vector<std::pair<long long, std::string>> options(const char* name, const std::string& args) {
+    Rows options(const char* name, const std::string& args) {
         DBtran tran;
         std::string err;
         EXPECT_EQ(tran.begin(&err), 0) << err;
         tran.setHint(DBtran::kHintRead);
         Proc<Options_t> p(name, &tran, kOptionsCols, 3);
         p.CallDBsprintfWrapper("%s", args.c_str());
-        std::vector<std::pair<long long, std::string>> rows;
+        Rows rows;
         int rc = p.openCursor();
         EXPECT_EQ(rc, 0) << p.getErrorStr(rc);
         while ((rc = p.fetchCursor()) == 0) rows.emplace_back(p.rec.o_optionId, p.rec.o_value);
@@ -136,8 +91,6 @@ class ProcedureTest : public PlatformTest {
         return rows;
     }
 };
-
-using Rows = std::vector<std::pair<long long, std::string>>;
 
 }  // namespace
 
@@ -148,14 +101,12 @@ TEST_F(ProcedureTest, JobOptionsJoinTheJobsOwnAndItsSubtasksRows) {
     EXPECT_EQ(options("TM_GetAllJobOptions", "8"),
               (Rows{{7, "other"}, {20, "/a"}, {21, "/b"}, {22, "/c"}, {23, "/x"}}));
     EXPECT_EQ(options("TM_GetAllJobOptions", "12345"), Rows{});
-
     EXPECT_EQ(options("TM_GetAllFileOptions", "8,150001,150014"), (Rows{{20, "/a"}, {21, "/b"}, {22, "/c"}}));
     EXPECT_EQ(options("TM_GetAllFileOptions", "8,150005,0"), (Rows{{21, "/b"}}));
-    EXPECT_EQ(options("TM_GetAllFileOptions", "7,150001,150014"), Rows{});
 }
 
 TEST_F(ProcedureTest, JobListsAndXmlOptions) {
-    Proc<Big_t> list("TM_GetJobListFromTaskId", nullptr, kBigCols, 1);
+    BigProc list("TM_GetJobListFromTaskId", nullptr, kBigCols, 1);
     list.CallDBsprintfWrapper("%d", 10);
     std::vector<long long> jobs;
     int rows = 0, rc;
@@ -163,14 +114,17 @@ TEST_F(ProcedureTest, JobListsAndXmlOptions) {
     EXPECT_EQ(rc, DB_NO_DATA);
     EXPECT_EQ(jobs, (std::vector<long long>{7, 8, 5000000001LL}));
 
-    Proc<Text_t> xml("TM_GetXMLJobOptions", nullptr, kTextCols, 1);
-    xml.CallDBsprintfWrapper("%lld", 5000000001LL);
-    std::string text;
-    EXPECT_EQ(xml.fetchText(text), 0);
-    EXPECT_EQ(text, "<xml a='1'/>");
-    xml.CallDBsprintfWrapper("%lld", 9LL);  // a new argument text after the open
-    EXPECT_EQ(xml.fetchText(text), 0);
-    EXPECT_EQ(text, "");
+    // One binding, given new argument text after each run; a quoted text where a number belongs
+    // matches nothing, its quotes staying inside the literal.
+    TextProc xml("TM_GetXMLJobOptions", nullptr, kTextCols, 1);
+    const char* const runs[][3] = {
+        {"%s", "5000000001", "<xml a='1'/>"}, {"%s", "9", ""}, {"'%s'", "7' OR '1'='1", ""}};
+    for (const auto& [format, args, expected] : runs) {
+        xml.CallDBsprintfWrapper(format, args);
+        std::string text = "stale";
+        EXPECT_EQ(xml.fetchText(text), 0) << args;
+        EXPECT_EQ(text, expected) << args;
+    }
 }
 
 TEST_F(ProcedureTest, BitAndExtendedOptionsByKind) {
@@ -183,14 +137,15 @@ TEST_F(ProcedureTest, BitAndExtendedOptionsByKind) {
         {"7,0,0,0", 1 | 2 | 8, "a/b=sub1;x5=own5;s6=sub6"},     // the job's options
         {"0,0,300,1", 16LL | 0x80000000LL, "a/b=0;seven=yes"},  // subtask 300; "0" sets no bit
         {"0,10,0,2", 2, "s6="},                                 // task 10's first subtask (100)
+        {"0,0,-5,1", 16, "seven=x"},                            // a negative number stays negative
         {"0,0,999,1", 0, ""},                                   // nothing: still one row
     };
     for (const Case& c : cases) {
-        Proc<Big_t> bit("TM_GetBitwiseOption", nullptr, kBigCols, 1);
+        BigProc bit("TM_GetBitwiseOption", nullptr, kBigCols, 1);
         bit.CallDBsprintfWrapper("%s", c.args);
         EXPECT_EQ(getOneRow(&bit, false, -1, 0), 0) << c.args;
         EXPECT_EQ(bit.rec.value, c.bits) << c.args;
-        Proc<Text_t> ext("TM_GetExtendedOptionString", nullptr, kTextCols, 1);
+        TextProc ext("TM_GetExtendedOptionString", nullptr, kTextCols, 1);
         ext.CallDBsprintfWrapper("%s", c.args);
         ext.rec.value = "stale";
         EXPECT_EQ(getOneRow(&ext, false, -1, 0), 0) << c.args;
@@ -198,22 +153,16 @@ TEST_F(ProcedureTest, BitAndExtendedOptionsByKind) {
     }
 }
 
-TEST_F(ProcedureTest, InputsAsValueObjects) {
-    // b_newDBBase 1 bindings hand value objects instead of argument text.
-    Proc<Big_t> bit("TM_GetBitwiseOption", nullptr, kBigCols, 1);
-    bit.ClearBoundInputs();
-    bit.BindInput(makeBig(7));
-    bit.BindInput(makeInt(0));
-    bit.BindInput(makeInt(0));
-    bit.BindInput(makeInt(0));
+TEST_F(ProcedureTest, InputsAsValueObjectsAndRefusedArguments) {
+    // b_newDBBase 1 bindings hand value objects instead of argument text; they stay for the next run.
+    BigProc bit("TM_GetBitwiseOption", nullptr, kBigCols, 1);
+    for (KODBDataTypeBase* v : {makeBig(7), makeInt(0), makeInt(0), makeInt(0)}) bit.BindInput(v);
     bit.setValuesBound(true);
-    ASSERT_EQ(getOneRow(&bit, false, -1, 0), 0);
-    EXPECT_EQ(bit.rec.value, 11);
-    // The inputs stay for the next run.
-    bit.rec.value = 0;
-    ASSERT_EQ(getOneRow(&bit, false, -1, 0), 0);
-    EXPECT_EQ(bit.rec.value, 11);
-
+    for (int run = 0; run < 2; ++run) {
+        bit.rec.value = 0;
+        ASSERT_EQ(getOneRow(&bit, false, -1, 0), 0);
+        EXPECT_EQ(bit.rec.value, 11) << run;
+    }
     // A NULL input is passed as NULL (no job matches it).
     Proc<Options_t> all("TM_GetAllJobOptions", nullptr, kOptionsCols, 3);
     all.BindInput(makeNullText());
@@ -228,27 +177,13 @@ TEST_F(ProcedureTest, InputsAsValueObjects) {
     EXPECT_EQ(rc, DB_ERR_BAD_ARGUMENTS);
     EXPECT_NE(all.getErrorStr(rc).find("takes 1 arguments, 2 given"), std::string::npos)
         << all.getErrorStr(rc);
-    Proc<Big_t> unknown("TM_NoSuchProcedure", nullptr, kBigCols, 1);
+    BigProc unknown("TM_NoSuchProcedure", nullptr, kBigCols, 1);
     unknown.CallDBsprintfWrapper("%d", 1);
     rc = unknown.openCursor();
     EXPECT_EQ(rc, DB_ERR_UNKNOWN_PROCEDURE);
     EXPECT_EQ(unknown.getErrorStr(rc), "unknown stored procedure [TM_NoSuchProcedure]");
-    Proc<Big_t> bad("TM_GetJobListFromTaskId", nullptr, kBigCols, 1);
+    BigProc bad("TM_GetJobListFromTaskId", nullptr, kBigCols, 1);
     bad.CallDBsprintfWrapper("%d; DELETE FROM TM_Jobs", 10);
     EXPECT_EQ(bad.openCursor(), DB_ERR_BAD_ARGUMENTS);
     EXPECT_EQ(scalar("SELECT COUNT(*) FROM TM_Jobs"), 4);
-}
-
-TEST_F(ProcedureTest, ArgumentTextWithQuotesAndSigns) {
-    // A quoted text argument comes back as the original text; a negative number stays negative.
-    exec("INSERT INTO TM_SubTaskOptions (subTaskId, optionId, value) VALUES (-5, 7, 'x')");
-    Proc<Text_t> ext("TM_GetExtendedOptionString", nullptr, kTextCols, 1);
-    ext.CallDBsprintfWrapper("%d,%d,%d,%d", 0, 0, -5, 1);
-    ASSERT_EQ(getOneRow(&ext, false, -1, 0), 0);
-    EXPECT_EQ(ext.rec.value, "seven=x");
-    Proc<Text_t> xml("TM_GetXMLJobOptions", nullptr, kTextCols, 1);
-    xml.CallDBsprintfWrapper("'%s'", "7' OR '1'='1");  // a text where a number belongs matches nothing
-    std::string text;
-    EXPECT_EQ(xml.fetchText(text), 0);
-    EXPECT_EQ(text, "");
 }

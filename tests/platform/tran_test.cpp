@@ -35,16 +35,10 @@ TEST_F(TranTest, OwnTransactionCommitsAndCallersTransactionIsTheCallers) {
     ASSERT_EQ(tran.begin(&err), 0) << err;
     EXPECT_EQ(insertThrough(&tran, 2, &err), 0) << err;
     EXPECT_EQ(insertThrough(&tran, 3, &err), 0) << err;
-    EXPECT_TRUE(tran.active());
-    EXPECT_EQ(scalar("SELECT COUNT(*) FROM Widget WHERE big IN (2, 3)"), 0);  // not visible outside yet
+    EXPECT_TRUE(tran.active());  // left for the caller to end
     EXPECT_EQ(tran.rollback(&err), 0) << err;
     EXPECT_FALSE(tran.active());
     EXPECT_EQ(scalar("SELECT COUNT(*) FROM Widget WHERE big IN (2, 3)"), 0);
-
-    ASSERT_EQ(tran.begin(&err), 0);
-    EXPECT_EQ(insertThrough(&tran, 4, &err), 0) << err;
-    EXPECT_EQ(tran.commit(&err), 0) << err;
-    EXPECT_EQ(scalar("SELECT COUNT(*) FROM Widget WHERE big = 4"), 1);
 
     // A caller's transaction that was never begun is begun by the wrapper and stays the caller's.
     DBtran idle;
@@ -97,16 +91,6 @@ TEST_F(TranTest, StatementsNeedAnActiveTransactionAndCursorsEndWithIt) {
     EXPECT_FALSE(w.isOpen());
     EXPECT_EQ(w.fetchCursor(), DB_ERR_NOT_OPEN);
     EXPECT_EQ(w.openCursor(), DB_ERR_NOT_ACTIVE);
-
-    // Registration is bookkeeping only.
-    DBtran t2;
-    {
-        Widget reg(&t2);
-        t2.addObject(&reg);
-        EXPECT_EQ(t2.objectCount(), 1u);
-        t2.removeObject(&reg);
-    }
-    EXPECT_EQ(t2.objectCount(), 0u);
 }
 
 TEST_F(TranTest, ReadHintStartsAReadTransactionThatDoesNotBlockWriters) {
@@ -115,7 +99,6 @@ TEST_F(TranTest, ReadHintStartsAReadTransactionThatDoesNotBlockWriters) {
     TranWrapper reader(nullptr, "TranTest::read");
     ASSERT_EQ(reader.ensureTran(&err), 0);
     reader.setHint(DBtran::kHintRead);
-    EXPECT_EQ(reader.get()->hint(), DBtran::kHintRead);
     Widget r(reader);
     ASSERT_EQ(r.openCursor(), 0);
     ASSERT_EQ(r.fetchCursor(), 0);
@@ -127,9 +110,6 @@ TEST_F(TranTest, ReadHintStartsAReadTransactionThatDoesNotBlockWriters) {
     // The reader keeps its snapshot: the new row is not in it.
     EXPECT_EQ(r.fetchCursor(), DB_NO_DATA);
     r.closeCursor();
-    Widget again(reader);
-    again.setWhere("big = %d", 2);
-    EXPECT_EQ(getOneRow(&again, false, -1, 0), DB_NO_DATA);
     EXPECT_EQ(reader.commitIfOwnTran(&err), 0);
     EXPECT_EQ(scalar("SELECT COUNT(*) FROM Widget"), 2);
 }

@@ -18,7 +18,7 @@ std::string readFile(const std::string& path) {
 }
 }  // namespace
 
-TEST(Trace, LevelFilterJobFormAndKinds) {
+TEST(Trace, LevelFilterJobFormKindsAndLongTexts) {
     evtrace::Capture cap(5);
     EvDebug::DebugLvl(5, "TaskInterfaceDB::lookup", "Called with jobId[%lld]", 42LL);
     EvDebug::DebugLvl(6, "TaskInterfaceDB::lookup", "filtered out");
@@ -26,9 +26,11 @@ TEST(Trace, LevelFilterJobFormAndKinds) {
     EvDebug::Debug("TaskInterfaceDB::getOptions", "DB_Error: [%s]", "disk I/O error");
     EvDebug::Error("EvTask::runTask", "hard failure %d", 3);
     EvEventWrapper("TaskInterfaceDB::getFiles").Debug(10, "TABLE -> %s {%s}", "TM_JobOptions", "jobId = 1");
+    const std::string big(5000, 'q');  // long texts are not cut
+    EvDebug::DebugLvl(5, "n", "[%s]", big.c_str());
 
     auto lines = cap.lines();
-    ASSERT_EQ(lines.size(), 4u);
+    ASSERT_EQ(lines.size(), 5u);
     EXPECT_EQ(lines[0].level, 5);
     EXPECT_EQ(lines[0].jobId, -1);
     EXPECT_EQ(lines[0].text, "Called with jobId[42]");
@@ -37,17 +39,9 @@ TEST(Trace, LevelFilterJobFormAndKinds) {
     EXPECT_EQ(lines[2].level, EvDebug::kDebugLevel);
     EXPECT_EQ(lines[2].name, "TaskInterfaceDB::getOptions");
     EXPECT_EQ(lines[3].level, EvDebug::kErrorLevel);
+    EXPECT_EQ(lines[4].text, "[" + big + "]");
     EXPECT_EQ(cap.find("DB_Error", "TaskInterfaceDB::getOptions").size(), 1u);
     EXPECT_TRUE(cap.find("DB_Error", "TaskInterfaceDB::lookup").empty());
-}
-
-TEST(Trace, LongTextsAreNotCut) {
-    evtrace::Capture cap(10);
-    std::string big(5000, 'q');
-    EvDebug::DebugLvl(5, "n", "[%s]", big.c_str());
-    auto lines = cap.lines();
-    ASSERT_EQ(lines.size(), 1u);
-    EXPECT_EQ(lines[0].text, "[" + big + "]");
 }
 
 TEST(Trace, FileLinesCarryTimePidThreadJobAndName) {

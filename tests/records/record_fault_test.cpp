@@ -35,95 +35,61 @@ struct Expect {
 
 class RecordFaultTest : public RecordStoreTest {
   protected:
-    void SetUp() override {
-        RecordStoreTest::SetUp();
-        seed();
-    }
-
-    // The trace name of `op`.
     static std::string traceName(const std::string& op) {
         if (op == "getJobList") return "TaskInterfaceDB::getJobList";
         if (op == "getJobRequestId") return "TaskInterfaceDB::getJobIdsFromBkpStats";
         return "TaskInterfaceDB::" + op.substr(0, op.find('/'));
     }
 
-    // Runs `op` on the seeded store with its own transaction.
-    Outcome run(const std::string& op, std::string& err) {
+    // Runs `op` on the seeded store with its own transaction; the probe is read after the call.
+    Outcome run(const std::string& op, std::string& e) {
+        using L = long long;
         _TaskInfo i;
-        if (op == "getJobInfo") {
-            i.jobId = 1002;
-            return {ti->getJobInfo(i, err, nullptr), static_cast<long long>(i.taskId)};
-        }
-        if (op == "getTaskInfo") {
-            i.taskId = 7;
-            return {ti->getTaskInfo(i, err, nullptr), i.task.alertId};
-        }
-        if (op == "getSubTaskInfo") {
-            i.taskId = 7;
-            i.subTaskId = 12;
-            return {ti->getSubTaskInfo(i, err, nullptr), i.subTask.subTaskId};
-        }
-        if (op == "getDefaultTaskId") return {ti->getDefaultTaskId(i, err, nullptr), i.task.taskId};
-        if (op == "getEntityInfo") {
-            i.taskId = 7;
-            return {ti->getEntityInfo(i, err, nullptr), static_cast<long long>(i.entities.size())};
-        }
-        if (op == "getPatternInfo") {
-            i.taskId = 7;
-            i.entities.resize(1);
-            return {ti->getPatternInfo(i, err, nullptr), static_cast<long long>(i.patterns.size())};
-        }
+        std::list<unsigned long long> jobs;
+        L request = -1;
+        if (op == "getJobInfo") return i.jobId = 1002, Outcome{ti->getJobInfo(i, e, nullptr), L(i.taskId)};
+        if (op == "getTaskInfo") return i.taskId = 7, Outcome{ti->getTaskInfo(i, e, nullptr), i.task.alertId};
+        if (op == "getSubTaskInfo")
+            return i.taskId = 7, i.subTaskId = 12,
+                   Outcome{ti->getSubTaskInfo(i, e, nullptr), i.subTask.subTaskId};
+        if (op == "getDefaultTaskId") return {ti->getDefaultTaskId(i, e, nullptr), i.task.taskId};
+        if (op == "getEntityInfo")
+            return i.taskId = 7, Outcome{ti->getEntityInfo(i, e, nullptr), L(i.entities.size())};
+        if (op == "getPatternInfo")
+            return i.taskId = 7, i.entities.resize(1),
+                   Outcome{ti->getPatternInfo(i, e, nullptr), L(i.patterns.size())};
         if (op == "getXMLOptions/job" || op == "getXMLOptions/subtask") {
             i.jobId = op == "getXMLOptions/job" ? 1001 : 11;
             i.type = op == "getXMLOptions/job" ? 0 : 1;
-            return {ti->getXMLOptions(i, err, nullptr), static_cast<long long>(i.xmlOptions.size())};
+            return {ti->getXMLOptions(i, e, nullptr), L(i.xmlOptions.size())};
         }
-        if (op == "getBitOptions") {
-            i.jobId = 1001;
-            i.bitOptions = 99;
-            return {ti->getBitOptions(i, err, nullptr), static_cast<long long>(i.bitOptions)};
-        }
-        if (op == "getExtendedOptions") {
-            i.jobId = 1001;
-            i.extendedOptions = "stale";
-            return {ti->getExtendedOptions(i, err, nullptr),
-                    static_cast<long long>(i.extendedOptions.size())};
-        }
-        if (op == "getJobList") {
-            i.taskId = 7;
-            std::list<unsigned long long> jobs;
-            return {ti->getJobListFromTaskId(i, jobs, err, nullptr), static_cast<long long>(jobs.size())};
-        }
-        if (op == "getJobRequestId") {
-            long long request = -1;
-            return {ti->getJobRequestIdFromJobId(request, 1002, err, nullptr), request};
-        }
-        if (op == "setTaskInfo") {
-            i.taskId = 7;
-            i.task.alertId = 88;
-            int rc = ti->setTaskInfo(i, err, nullptr);
-            return {rc, scalar("SELECT alertId FROM TM_Task WHERE taskId = 7")};
-        }
-        if (op == "setSubTaskInfo") {
-            i.taskId = 7;
-            i.subTaskId = 12;
-            int rc = ti->setSubTaskInfo(i, err, nullptr);
-            return {rc, scalar("SELECT COUNT(*) FROM TM_SubTask WHERE subTaskId = 12 AND subTaskOrder = 2")};
-        }
-        if (op == "setEntityInfo") {
-            // A new entity, the existing group 3 entity, another new one.
-            i.taskId = 7;
-            i.entities.resize(3);
-            i.entities[0].clientId = 2;
-            i.entities[1].clientGroupId = 3;
-            i.entities[2].clientId = 4;
-            int rc = ti->setEntityInfo(i, err, nullptr);
-            long long n = scalar("SELECT COUNT(*) FROM TM_AssocEntity WHERE taskId = 7");
-            exec("DELETE FROM TM_AssocEntity WHERE assocId > 3");
-            return {rc, n};
-        }
-        ADD_FAILURE() << "unknown operation " << op;
-        return {};
+        if (op == "getBitOptions")
+            return i.jobId = 1001, i.bitOptions = 99,
+                   Outcome{ti->getBitOptions(i, e, nullptr), L(i.bitOptions)};
+        if (op == "getExtendedOptions")
+            return i.jobId = 1001, i.extendedOptions = "stale",
+                   Outcome{ti->getExtendedOptions(i, e, nullptr), L(i.extendedOptions.size())};
+        if (op == "getJobList")
+            return i.taskId = 7, Outcome{ti->getJobListFromTaskId(i, jobs, e, nullptr), L(jobs.size())};
+        if (op == "getJobRequestId")
+            return {ti->getJobRequestIdFromJobId(request, 1002, e, nullptr), request};
+        i.taskId = 7;
+        i.subTaskId = 12;
+        i.task.alertId = 88;
+        if (op == "setTaskInfo")
+            return {ti->setTaskInfo(i, e, nullptr), scalar("SELECT alertId FROM TM_Task WHERE taskId = 7")};
+        if (op == "setSubTaskInfo")
+            return {ti->setSubTaskInfo(i, e, nullptr),
+                    scalar("SELECT COUNT(*) FROM TM_SubTask WHERE subTaskId = 12 AND subTaskOrder = 2")};
+        // A new entity, the existing group 3 entity, another new one.
+        i.entities.resize(3);
+        i.entities[0].clientId = 2;
+        i.entities[1].clientGroupId = 3;
+        i.entities[2].clientId = 4;
+        Outcome out{ti->setEntityInfo(i, e, nullptr),
+                    scalar("SELECT COUNT(*) FROM TM_AssocEntity WHERE taskId = 7")};
+        exec("DELETE FROM TM_AssocEntity WHERE assocId > 3");
+        return out;
     }
 };
 

@@ -1,40 +1,24 @@
-// Readers of task, subtask, entity and pattern records against a seeded store.
+// Readers of job, task, subtask, entity and pattern records against the seeded schedule.
 #include <string>
 
 #include "records/RecordStore.h"
 
-class RecordReadTest : public RecordStoreTest {
-  protected:
-    void SetUp() override {
-        RecordStoreTest::SetUp();
-        seed();
-    }
-    std::string err = "caller's text";
-};
+class RecordReadTest : public RecordStoreTest {};
 
-TEST_P(RecordReadTest, JobInfoNamesTheJobsTaskAndSubtaskWithoutTracingTheCall) {
+TEST_P(RecordReadTest, JobTaskAndDefaultTaskReadersFillOrLeaveTheRecord) {
     evtrace::Capture cap;
-    _TaskInfo info;
-    info.jobId = 1002;
-    ASSERT_EQ(ti->getJobInfo(info, err, nullptr), 0);
-    EXPECT_EQ(info.taskId, 7u);
-    EXPECT_EQ(info.subTaskId, 12u);
-    EXPECT_EQ(err, "caller's text");
-    EXPECT_EQ(traced(cap, "Called with", "TaskInterfaceDB::getJobInfo"), 0u);
+    _TaskInfo job, unknownJob;
+    job.jobId = 1002;
+    ASSERT_EQ(ti->getJobInfo(job, err, nullptr), 0);
+    EXPECT_EQ(join(job.taskId, job.subTaskId), "7|12|");
+    EXPECT_EQ(traced(cap, "Called with", "TaskInterfaceDB::getJobInfo"), 0u) << "the call is not traced";
     EXPECT_EQ(traced(cap, "Completed", "TaskInterfaceDB::getJobInfo"), 0u);
+    unknownJob.jobId = 999;
+    unknownJob.taskId = 5;
+    unknownJob.subTaskId = 6;
+    ASSERT_EQ(ti->getJobInfo(unknownJob, err, nullptr), 0);
+    EXPECT_EQ(join(unknownJob.taskId, unknownJob.subTaskId), "5|6|");
 
-    _TaskInfo unknown;
-    unknown.jobId = 999;
-    unknown.taskId = 5;
-    unknown.subTaskId = 6;
-    ASSERT_EQ(ti->getJobInfo(unknown, err, nullptr), 0);
-    EXPECT_EQ(unknown.taskId, 5u);
-    EXPECT_EQ(unknown.subTaskId, 6u);
-    EXPECT_EQ(err, "caller's text");
-}
-
-TEST_P(RecordReadTest, TaskInfoFillsEveryFieldAndLeavesAnUnknownTaskAlone) {
-    evtrace::Capture cap;
     _TaskInfo info;
     info.taskId = 7;
     ASSERT_EQ(ti->getTaskInfo(info, err, nullptr), 0);
@@ -43,14 +27,17 @@ TEST_P(RecordReadTest, TaskInfoFillsEveryFieldAndLeavesAnUnknownTaskAlone) {
                    t.initiatedFrom, t.sequenceNumber, t.description),
               "7|2|4|1|17|5|6|9|3|18446744073709551615|nightly backup|");
     EXPECT_EQ(traced(cap, "TABLE -> TM_Task {taskId = 7}", "TaskInterfaceDB::getTaskInfo"), 1u);
+    info.taskId = 70;
+    info.task.description = "kept";
+    ASSERT_EQ(ti->getTaskInfo(info, err, nullptr), 0);
+    EXPECT_EQ(join(info.task.description, info.task.alertId), "kept|17|");
 
-    _TaskInfo unknown;
-    unknown.taskId = 70;
-    unknown.task.description = "kept";
-    unknown.task.alertId = 3;
-    ASSERT_EQ(ti->getTaskInfo(unknown, err, nullptr), 0);
-    EXPECT_EQ(unknown.task.description, "kept");
-    EXPECT_EQ(unknown.task.alertId, 3u);
+    ASSERT_EQ(ti->getDefaultTaskId(info, err, nullptr), 0);
+    EXPECT_EQ(info.task.taskId, 1u);
+    exec("UPDATE TM_Task SET flags = 0 WHERE taskId = 1");
+    info.task.taskId = 55;
+    ASSERT_EQ(ti->getDefaultTaskId(info, err, nullptr), 0);
+    EXPECT_EQ(info.task.taskId, 55u);
     EXPECT_EQ(err, "caller's text");
 }
 
@@ -76,46 +63,43 @@ TEST_P(RecordReadTest, EntityInfoAppendsEveryEntityEachCall) {
     _TaskInfo info;
     info.taskId = 7;
     ASSERT_EQ(ti->getEntityInfo(info, err, nullptr), 0);
-    ASSERT_EQ(info.entities.size(), 2u);
-    auto fields = [](const Sched_AssocEntity& e) {
-        return join(e.assocId, e.assocType, e.taskId, e.clientGroupId, e.clientId, e.apptypeId, e.instanceId,
-                    e.backupsetId, e.subclientId, e.policyId, e.copyId, e.srmReportSet, e.srmReportType);
-    };
-    EXPECT_EQ(fields(info.entities[0]), "1|28|7|3|0|0|0|0|0|41|42|43|44|");
-    EXPECT_EQ(fields(info.entities[1]), "2|7|7|0|12|33|1|40|301|0|0|0|0|");
-
     ASSERT_EQ(ti->getEntityInfo(info, err, nullptr), 0);
-    EXPECT_EQ(info.entities.size(), 4u);
-    EXPECT_EQ(info.entities[2].assocId, 1u);
+    ASSERT_EQ(info.entities.size(), 4u);
+    std::string all;
+    for (const Sched_AssocEntity& e : info.entities)
+        all += join(e.assocId, e.assocType, e.taskId, e.clientGroupId, e.clientId, e.apptypeId, e.instanceId,
+                    e.backupsetId, e.subclientId, e.policyId, e.copyId, e.srmReportSet, e.srmReportType) +
+               ";";
+    EXPECT_EQ(all, "1|28|7|3|0|0|0|0|0|41|42|43|44|;2|7|7|0|12|33|1|40|301|0|0|0|0|;" +
+                       std::string("1|28|7|3|0|0|0|0|0|41|42|43|44|;2|7|7|0|12|33|1|40|301|0|0|0|0|;"));
     EXPECT_EQ(err, "caller's text");
 }
 
 TEST_P(RecordReadTest, PatternInfoByClientByTaskOrEveryPattern) {
-    auto names = [&](unsigned int clientId, unsigned long long taskId) {
+    auto patterns = [&](unsigned int clientId, unsigned long long taskId) {
         _TaskInfo info;
         info.taskId = taskId;
         info.entities.resize(1);
         info.entities[0].clientId = clientId;
         info.entities[0].taskId = static_cast<unsigned int>(taskId);
         EXPECT_EQ(ti->getPatternInfo(info, err, nullptr), 0);
+        return info.patterns;
+    };
+    auto names = [&](unsigned int clientId, unsigned long long taskId) {
         std::string all;
-        for (const auto& p : info.patterns) all += p.name + ";";
+        for (const auto& p : patterns(clientId, taskId)) all += p.name + ";";
         return all;
     };
     evtrace::Capture cap;
     EXPECT_EQ(names(99, 7), "Other daily;") << "the client wins over the task";
     EXPECT_EQ(traced(cap, "Called with clientId[99], taskId[7]", "TaskInterfaceDB::getPatternInfo"), 1u);
-    EXPECT_EQ(names(0, 7), "Sunday 22:00;Daily 23:30;");
     EXPECT_EQ(names(0, 8), "Other daily;");
     EXPECT_EQ(names(0x80000000u, 8), "Other daily;") << "a negative client id is no client";
     EXPECT_EQ(names(0, 0), "Sunday 22:00;Daily 23:30;Other daily;");
 
-    _TaskInfo info;
-    info.taskId = 7;
-    info.entities.resize(1);
-    ASSERT_EQ(ti->getPatternInfo(info, err, nullptr), 0);
-    ASSERT_EQ(info.patterns.size(), 2u);
-    const Sched_Pattern& p = info.patterns[0];
+    const auto found = patterns(0, 7);
+    ASSERT_EQ(found.size(), 2u);
+    const Sched_Pattern& p = found[0];
     EXPECT_EQ(
         join(p.name, p.ownerId, p.freq_type, p.freq_interval, p.freq_relative_interval,
              p.freq_recurrence_factor, p.freq_subday_interval, p.skipOccurence, p.skipDayNumber,
@@ -123,19 +107,8 @@ TEST_P(RecordReadTest, PatternInfoByClientByTaskOrEveryPattern) {
              p.active_end_occurence, p.tzId, p.calendarId, p.local_start_date, p.local_end_date,
              p.freq_restart_interval),
         "Sunday 22:00|5|8|1|2|3|4|5|6|2026-01-04 00:00:00|79200|2027-12-31 23:59:00|86399|7|42|8|9|10|11|");
-    EXPECT_EQ(info.patterns[1].active_start_date, "") << "a date never set";
-}
-
-TEST_P(RecordReadTest, DefaultTaskIdIsTheFlaggedTask) {
-    _TaskInfo info;
-    ASSERT_EQ(ti->getDefaultTaskId(info, err, nullptr), 0);
-    EXPECT_EQ(info.task.taskId, 1u);
-
-    exec("UPDATE TM_Task SET flags = 0 WHERE taskId = 1");
-    info.task.taskId = 55;
-    ASSERT_EQ(ti->getDefaultTaskId(info, err, nullptr), 0);
-    EXPECT_EQ(info.task.taskId, 55u);
-    EXPECT_EQ(err, "caller's text");
+    EXPECT_EQ(found[1].name, "Daily 23:30");
+    EXPECT_EQ(found[1].active_start_date, "") << "a date never set";
 }
 
 TEST_P(RecordReadTest, HostileTextsRoundTripWithinTheColumnWidths) {
@@ -147,24 +120,19 @@ TEST_P(RecordReadTest, HostileTextsRoundTripWithinTheColumnWidths) {
         for (char c : s) out += c == '\'' ? std::string("''") : std::string(1, c);
         return out;
     };
-    const std::string longText(5000, 'x');
     exec("UPDATE TM_Task SET description = N'" + sqlText(quoted) + "' WHERE taskId = 7");
     exec("UPDATE TM_Task SET description = N'" + nonAscii + "' WHERE taskId = 8");
-    exec("UPDATE TM_Task SET description = '" + longText + "' WHERE taskId = 1");
+    exec("UPDATE TM_Task SET description = '" + std::string(5000, 'x') + "' WHERE taskId = 1");
     exec("UPDATE TM_Pattern SET name = N'" + sqlText(quoted + nonAscii) + "' WHERE patternId = 21");
     exec("UPDATE TM_Pattern SET name = '" + std::string(600, 'n') + "' WHERE patternId = 22");
-
-    auto description = [&](unsigned long long taskId) {
-        _TaskInfo info;
+    _TaskInfo info;
+    const std::pair<int, std::string> descriptions[] = {
+        {7, quoted}, {8, nonAscii}, {1, std::string(4096, 'x')}};
+    for (const auto& [taskId, expected] : descriptions) {
         info.taskId = taskId;
         EXPECT_EQ(ti->getTaskInfo(info, err, nullptr), 0);
-        return info.task.description;
-    };
-    EXPECT_EQ(description(7), quoted);
-    EXPECT_EQ(description(8), nonAscii);
-    EXPECT_EQ(description(1), std::string(4096, 'x'));
-
-    _TaskInfo info;
+        EXPECT_EQ(info.task.description, expected);
+    }
     info.taskId = 7;
     info.entities.resize(1);
     ASSERT_EQ(ti->getPatternInfo(info, err, nullptr), 0);

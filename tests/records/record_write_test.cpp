@@ -7,13 +7,8 @@
 
 class RecordWriteTest : public RecordStoreTest {
   protected:
-    void SetUp() override {
-        RecordStoreTest::SetUp();
-        seed();
-    }
-    static Sched_AssocEntity entity(unsigned int group, unsigned int client, unsigned int app = 0,
-                                    unsigned int instance = 0, unsigned int backupset = 0,
-                                    unsigned int subclient = 0) {
+    static Sched_AssocEntity entity(unsigned group, unsigned client, unsigned app = 0, unsigned instance = 0,
+                                    unsigned backupset = 0, unsigned subclient = 0) {
         Sched_AssocEntity e;
         e.clientGroupId = group;
         e.clientId = client;
@@ -23,19 +18,18 @@ class RecordWriteTest : public RecordStoreTest {
         e.subclientId = subclient;
         return e;
     }
-    long long entityCount(int taskId) {
+    long long entities(int taskId) {
         return scalar("SELECT COUNT(*) FROM TM_AssocEntity WHERE taskId = " + std::to_string(taskId));
     }
-    std::string err = "caller's text";
+    long long alertId() { return scalar("SELECT alertId FROM TM_Task WHERE taskId = 7"); }
 };
 
-TEST_P(RecordWriteTest, SetTaskInfoChangesExactlyThreeColumns) {
-    const std::string hostile = "it's \xC3\xA9t\xC3\xA9 -- '; x";
+TEST_P(RecordWriteTest, SetTaskInfoChangesExactlyThreeColumnsAndSetSubTaskInfoNone) {
     exec("UPDATE TM_Task SET description = N'it''s \xC3\xA9t\xC3\xA9 -- ''; x' WHERE taskId = 7");
     const std::string others =
-        "SELECT taskName || '|' || taskType || '|' || flags || '|' || status || '|' || "
-        "created || '|' || modified || '|' || ownerId || '|' || runUserId || '|' || "
-        "initiatedFrom || '|' || GUID FROM TM_Task WHERE taskId = 7";
+        "SELECT taskName || '|' || taskType || '|' || flags || '|' || status || '|' || created || '|' || "
+        "modified || '|' || ownerId || '|' || runUserId || '|' || initiatedFrom || '|' || GUID || '|' || "
+        "description FROM TM_Task WHERE taskId = 7";
     const std::string before = text(others);
     evtrace::Capture cap;
     _TaskInfo info;
@@ -46,70 +40,48 @@ TEST_P(RecordWriteTest, SetTaskInfoChangesExactlyThreeColumns) {
     info.task.flags = 999;  // not written
     info.task.description = "not written";
     ASSERT_EQ(ti->setTaskInfo(info, err, nullptr), 0);
-    EXPECT_EQ(err, "caller's text");
-    EXPECT_EQ(text("SELECT sequenceNumber FROM TM_Task WHERE taskId = 7"), "12345678901234");
-    EXPECT_EQ(scalar("SELECT alertId FROM TM_Task WHERE taskId = 7"), 88);
-    EXPECT_EQ(scalar("SELECT localeId FROM TM_Task WHERE taskId = 7"), 2);
-    EXPECT_EQ(text("SELECT description FROM TM_Task WHERE taskId = 7"), hostile);
+    EXPECT_EQ(
+        text("SELECT sequenceNumber || '|' || alertId || '|' || localeId FROM TM_Task WHERE taskId = 7"),
+        "12345678901234|88|2");
     EXPECT_EQ(text(others), before);
     EXPECT_EQ(text("SELECT sequenceNumber FROM TM_Task WHERE taskId = 8"), "8") << "other tasks untouched";
     EXPECT_EQ(traced(cap, "Called with taskId[7]", "TaskInterfaceDB::setTaskInfo"), 1u);
-
     info.taskId = 70;
     ASSERT_EQ(ti->setTaskInfo(info, err, nullptr), 0) << "an unknown task is not an error";
     EXPECT_EQ(scalar("SELECT COUNT(*) FROM TM_Task"), 3);
-}
 
-TEST_P(RecordWriteTest, SetSubTaskInfoRewritesTheRowUnchanged) {
+    // setSubTaskInfo rewrites the row it finds unchanged, whichever keys select it.
+    const std::string subtasks =
+        "SELECT subTaskName || '|' || taskId || '|' || subTaskType || '|' || operationType || '|' || "
+        "subTaskOrder FROM TM_SubTask WHERE subTaskId = ";
     auto all = [&] {
-        std::string rows;
-        for (const char* id : {"11", "12", "13"}) {
-            rows +=
-                text(
-                    "SELECT subTaskName || '|' || taskId || '|' || subTaskType || '|' || operationType || "
-                    "'|' || subTaskOrder FROM TM_SubTask WHERE subTaskId = " +
-                    std::string(id)) +
-                ";";
-        }
-        return rows;
+        return text(subtasks + "11") + ";" + text(subtasks + "12") + ";" + text(subtasks + "13");
     };
-    const std::string before = all();
+    const std::string subtasksBefore = all();
     for (auto keys : {std::make_pair(7ull, 12ull), std::make_pair(0ull, 13ull), std::make_pair(7ull, 0ull)}) {
-        _TaskInfo info;
         info.taskId = keys.first;
         info.subTaskId = keys.second;
-        info.subTask.subTaskType = 99;
-        info.subTask.subTaskOrder = 99;
+        info.subTask.subTaskType = info.subTask.subTaskOrder = 99;
         EXPECT_EQ(ti->setSubTaskInfo(info, err, nullptr), 0);
-        EXPECT_EQ(all(), before) << "keys " << keys.first << "/" << keys.second;
+        EXPECT_EQ(all(), subtasksBefore) << "keys " << keys.first << "/" << keys.second;
     }
-    evtrace::Capture cap;
-    _TaskInfo info;
-    info.taskId = 7;
-    info.subTaskId = 12;
-    ASSERT_EQ(ti->setSubTaskInfo(info, err, nullptr), 0);
     EXPECT_EQ(traced(cap, "Called with taskId[7], subTaskId[12]", "TaskInterfaceDB::setSubTaskInfo"), 1u);
-    EXPECT_EQ(traced(cap, "rowUpdate : Table TM_SubTask", "TaskInterfaceDB::setSubTaskInfo"), 1u);
+    EXPECT_EQ(traced(cap, "rowUpdate : Table TM_SubTask", "TaskInterfaceDB::setSubTaskInfo"), 3u);
     EXPECT_EQ(err, "caller's text");
 }
 
 TEST_P(RecordWriteTest, SetEntityInfoCarriesTheAssociationTypeAndInsertsOnlyMissingRows) {
     _TaskInfo info;
     info.taskId = 9;
-    info.entities = {entity(0, 2),                // client only, first: 3
-                     entity(0, 2, 33, 1, 40, 5),  // subclient: 7
-                     entity(0, 3),                // client only after a subclient: still 7
-                     entity(0, 3, 33, 1, 40),     // backup set: 6
-                     entity(0, 3, 33, 1),         // instance: 5
-                     entity(0, 3, 33),            // application: 4
-                     entity(4, 0),                // group: 28
-                     entity(0, 5)};               // client only after a group: 28
+    // Client only first: 3; a subclient: 7 and a client only after it still 7; backup set 6, instance 5,
+    // application 4; a group 28 and a client only after it still 28.
+    info.entities = {entity(0, 2),        entity(0, 2, 33, 1, 40, 5), entity(0, 3), entity(0, 3, 33, 1, 40),
+                     entity(0, 3, 33, 1), entity(0, 3, 33),           entity(4, 0), entity(0, 5)};
+    const int expected[] = {3, 7, 7, 6, 5, 4, 28, 28};
     evtrace::Capture cap;
     const long long start = std::time(nullptr);
     ASSERT_EQ(ti->setEntityInfo(info, err, nullptr), 0);
     const long long end = std::time(nullptr);
-    EXPECT_EQ(err, "caller's text");
-    const int expected[] = {3, 7, 7, 6, 5, 4, 28, 28};
     for (size_t i = 0; i < info.entities.size(); ++i) {
         const Sched_AssocEntity& e = info.entities[i];
         EXPECT_EQ(scalar("SELECT assocType FROM TM_AssocEntity WHERE taskId = 9 AND clientGroupId = " +
@@ -121,7 +93,7 @@ TEST_P(RecordWriteTest, SetEntityInfoCarriesTheAssociationTypeAndInsertsOnlyMiss
                   expected[i])
             << "entity " << i;
     }
-    EXPECT_EQ(entityCount(9), 8);
+    EXPECT_EQ(entities(9), 8);
     EXPECT_EQ(scalar("SELECT COUNT(DISTINCT created) FROM TM_AssocEntity WHERE taskId = 9"), 1);
     const long long created = scalar("SELECT created FROM TM_AssocEntity WHERE taskId = 9");
     EXPECT_GE(created, start);
@@ -135,39 +107,29 @@ TEST_P(RecordWriteTest, SetEntityInfoCarriesTheAssociationTypeAndInsertsOnlyMiss
     // A second run finds every association and inserts nothing; an existing row is not updated.
     exec("UPDATE TM_AssocEntity SET assocType = 1 WHERE taskId = 9");
     ASSERT_EQ(ti->setEntityInfo(info, err, nullptr), 0);
-    EXPECT_EQ(entityCount(9), 8);
+    EXPECT_EQ(entities(9), 8);
     EXPECT_EQ(scalar("SELECT COUNT(*) FROM TM_AssocEntity WHERE taskId = 9 AND assocType <> 1"), 0);
-
     info.entities.clear();
     EXPECT_EQ(ti->setEntityInfo(info, err, nullptr), 0);
-    EXPECT_EQ(entityCount(9), 8);
+    EXPECT_EQ(entities(9), 8);
+    EXPECT_EQ(err, "caller's text");
 }
 
 TEST_P(RecordWriteTest, WritersLeaveTheCommitToTheCallersTransaction) {
     _TaskInfo info;
-    info.taskId = 9;
     info.entities = {entity(0, 2), entity(0, 3)};
     info.task.alertId = 55;
-    {
+    for (bool commit : {false, true}) {
         DBtran tran;
         ASSERT_EQ(tran.begin(&err), 0) << err;
+        info.taskId = 9;
         ASSERT_EQ(ti->setEntityInfo(info, err, &tran), 0) << err;
         info.taskId = 7;
         ASSERT_EQ(ti->setTaskInfo(info, err, &tran), 0) << err;
-        ASSERT_EQ(tran.rollback(&err), 0) << err;
+        ASSERT_EQ(commit ? tran.commit(&err) : tran.rollback(&err), 0) << err;
+        EXPECT_EQ(entities(9), commit ? 2 : 0);
+        EXPECT_EQ(alertId(), commit ? 55 : 17);
     }
-    EXPECT_EQ(entityCount(9), 0);
-    EXPECT_EQ(scalar("SELECT alertId FROM TM_Task WHERE taskId = 7"), 17);
-
-    DBtran tran;
-    ASSERT_EQ(tran.begin(&err), 0) << err;
-    info.taskId = 9;
-    ASSERT_EQ(ti->setEntityInfo(info, err, &tran), 0) << err;
-    info.taskId = 7;
-    ASSERT_EQ(ti->setTaskInfo(info, err, &tran), 0) << err;
-    ASSERT_EQ(tran.commit(&err), 0) << err;
-    EXPECT_EQ(entityCount(9), 2);
-    EXPECT_EQ(scalar("SELECT alertId FROM TM_Task WHERE taskId = 7"), 55);
 }
 
 TASKDB_STORE_SUITE(RecordWriteTest);

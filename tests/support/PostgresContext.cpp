@@ -60,13 +60,15 @@ void dropSchema() {
     adminConnection().reset();
 }
 
-// Empties every table of this process's schema but the recorded version, and restarts the
-// identities, in one round trip.
+// Empties every table of this process's schema but the recorded version and restarts the
+// identities, in one round trip. A test leaves few rows, so deleting them is several times faster
+// than TRUNCATE, which makes new files for every table.
 const char* const kEmptyTables =
-    "DO $$ DECLARE t text; BEGIN "
-    "SELECT string_agg(quote_ident(tablename), ', ') INTO t FROM pg_tables "
-    "WHERE schemaname = current_schema() AND tablename <> 'taskdb_schemainfo'; "
-    "IF t IS NOT NULL THEN EXECUTE 'TRUNCATE ' || t || ' RESTART IDENTITY'; END IF; END $$";
+    "DO $$ DECLARE r record; BEGIN "
+    "FOR r IN SELECT tablename FROM pg_tables WHERE schemaname = current_schema() "
+    "AND tablename <> 'taskdb_schemainfo' LOOP EXECUTE 'DELETE FROM ' || quote_ident(r.tablename); END LOOP; "
+    "PERFORM setval(s.oid::regclass, 1, false) FROM pg_class s JOIN pg_namespace n ON n.oid = s.relnamespace "
+    "WHERE s.relkind = 'S' AND n.nspname = current_schema(); END $$";
 
 class PostgresContext : public BackendContext {
   public:

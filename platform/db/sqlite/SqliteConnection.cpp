@@ -44,6 +44,18 @@ class SqliteConnection : public Connection {
         return m_core->statement(translated, translated, err);
     }
 
+    // Literals stay in the template's text: only its own markers are parameters.
+    StatementPtr prepareTemplate(int id, const std::string& sql, Error& err) override {
+        if (StatementPtr kept = m_core->keptTemplate(id)) return kept;
+        std::string translated, why;
+        std::vector<Param> none;
+        if (!translate(sql, Dialect::Sqlite, false, translated, none, why)) {
+            err.set(DB_ERR_SQL_TEXT, why);
+            return nullptr;
+        }
+        return m_core->templateStatement(id, translated, err);
+    }
+
     StatementPtr prepareProcedure(const std::string& name, int argCount, Error& err) override {
         const Procedure* p = findProcedure(name.c_str());
         if (!p) {

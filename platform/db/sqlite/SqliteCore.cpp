@@ -8,6 +8,8 @@ namespace sqlite {
 
 namespace {
 constexpr size_t kMaxIdleStatements = 256;
+// Idle statements kept per template: one per cursor a thread holds open on the same text at once.
+constexpr size_t kMaxIdlePerTemplate = 4;
 constexpr const char* kTrace = "dbl::sqlite";
 
 // Codes after which the handle is not to be reused: the file is gone, damaged or not a database.
@@ -40,6 +42,8 @@ bool onlyFiller(const char* tail) {
 SqliteCore::~SqliteCore() {
     for (auto& entry : m_idle)
         for (sqlite3_stmt* s : entry.second) sqlite3_finalize(s);
+    for (auto& idle : m_templates)
+        for (sqlite3_stmt* s : idle) sqlite3_finalize(s);
     sqlite3_close_v2(m_db);
 }
 
@@ -98,6 +102,47 @@ void SqliteCore::recycle(const std::string& key, sqlite3_stmt* stmt) {
     }
     m_idle[key].push_back(stmt);
     ++m_idleCount;
+}
+
+StatementPtr SqliteCore::keptTemplate(int id) {
+    const size_t slot = static_cast<size_t>(id);
+    if (slot >= m_templates.size() || m_templates[slot].empty()) return nullptr;
+    sqlite3_stmt* s = m_templates[slot].back();
+    m_templates[slot].pop_back();
+    return StatementPtr(new SqliteStatement(shared_from_this(), s, id));
+}
+
+StatementPtr SqliteCore::templateStatement(int id, const std::string& sql, Error& err) {
+    sqlite3_stmt* s = nullptr;
+    int rc = check(sqlite3_prepare_v3(m_db, sql.c_str(), static_cast<int>(sql.size()),
+                                      SQLITE_PREPARE_PERSISTENT, &s, nullptr),
+                   "prepare", err);
+    if (rc != SQLITE_OK) {
+        sqlite3_finalize(s);
+        EvDebug::DebugLvl(5, kTrace, "statement not prepared: %s", sql.c_str());
+        return nullptr;
+    }
+    if (!s) {
+        err.set(SQLITE_MISUSE, "empty statement");
+        return nullptr;
+    }
+    return StatementPtr(new SqliteStatement(shared_from_this(), s, id));
+}
+
+void SqliteCore::recycleTemplate(int id, sqlite3_stmt* stmt) {
+    sqlite3_reset(stmt);
+    sqlite3_clear_bindings(stmt);
+    const size_t slot = static_cast<size_t>(id);
+    if (m_detached || m_broken) {
+        sqlite3_finalize(stmt);
+        return;
+    }
+    if (slot >= m_templates.size()) m_templates.resize(slot + 1);
+    if (m_templates[slot].size() >= kMaxIdlePerTemplate) {
+        sqlite3_finalize(stmt);
+        return;
+    }
+    m_templates[slot].push_back(stmt);
 }
 
 int SqliteCore::run(const char* sql, Error& err) {
@@ -171,7 +216,10 @@ void SqliteStatement::columnText(int col, std::string& out) {
 }
 
 void SqliteStatement::release() {
-    m_core->recycle(m_key, m_stmt);
+    if (m_template >= 0)
+        m_core->recycleTemplate(m_template, m_stmt);
+    else
+        m_core->recycle(m_key, m_stmt);
     delete this;
 }
 

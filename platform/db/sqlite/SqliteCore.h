@@ -40,6 +40,13 @@ class SqliteCore : public std::enable_shared_from_this<SqliteCore> {
     StatementPtr statement(const std::string& key, const std::string& sql, Error& err);
     // Takes a statement back: reset, cleared and cached for its key, or finalized.
     void recycle(const std::string& key, sqlite3_stmt* stmt);
+    // A kept statement of template `id` (dbl::templateId), or null when none is idle.
+    StatementPtr keptTemplate(int id);
+    // A new statement of template `id` from `sql`, already in SQLite's dialect. Null with err set on
+    // failure.
+    StatementPtr templateStatement(int id, const std::string& sql, Error& err);
+    // Takes a template's statement back: reset, cleared and kept under its id, or finalized.
+    void recycleTemplate(int id, sqlite3_stmt* stmt);
     // Runs one statement without parameters or result rows (BEGIN, COMMIT, ...), cached by its text.
     int run(const char* sql, Error& err);
 
@@ -49,12 +56,16 @@ class SqliteCore : public std::enable_shared_from_this<SqliteCore> {
     bool m_detached = false;
     std::unordered_map<std::string, std::vector<sqlite3_stmt*>> m_idle;
     size_t m_idleCount = 0;
+    std::vector<std::vector<sqlite3_stmt*>> m_templates;  // by template id
 };
 
 class SqliteStatement : public Statement {
   public:
     SqliteStatement(std::shared_ptr<SqliteCore> core, sqlite3_stmt* stmt, std::string key)
         : m_core(std::move(core)), m_stmt(stmt), m_key(std::move(key)) {}
+    // A statement of template `templateId`.
+    SqliteStatement(std::shared_ptr<SqliteCore> core, sqlite3_stmt* stmt, int templateId)
+        : m_core(std::move(core)), m_stmt(stmt), m_template(templateId) {}
     void bindNull(int index) override;
     void bindInt64(int index, long long value) override;
     void bindText(int index, const std::string& value) override;
@@ -73,6 +84,7 @@ class SqliteStatement : public Statement {
     std::shared_ptr<SqliteCore> m_core;
     sqlite3_stmt* m_stmt;
     std::string m_key;
+    int m_template = -1;  // >= 0: kept by template id instead of by key
     long long m_changes = 0;
     Error m_bindError;  // a failed bind is reported by the next step
 };
