@@ -2,7 +2,8 @@
 // The boundary between the database layer and a database backend. Everything above it speaks the
 // library's SQL (SQL Server's dialect with '?' parameter markers); a backend translates it for its
 // database, prepares, binds, steps and reads columns. Nothing above this boundary knows which
-// database is behind it.
+// database is behind it. A connection and its statements are used by one thread at a time; the
+// caller owns both (statements through StatementPtr).
 #include <memory>
 #include <string>
 #include <vector>

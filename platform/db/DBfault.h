@@ -1,7 +1,8 @@
 #pragma once
 // Test-only fault injection at the lowest layer: the Nth call of a database step fails with a chosen
 // code and text instead of reaching the database. Counting starts when the fault is armed and covers
-// every thread of the process. Nothing is armed unless a test arms it.
+// every thread of the process. Nothing is armed unless a test arms it. Every function is thread-safe;
+// one fault is armed at a time (arming replaces the previous one).
 #include <string>
 
 #include "platform/PlatformExport.h"

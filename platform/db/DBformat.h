@@ -1,7 +1,9 @@
 #pragma once
 // printf-style formatting with the database layer's escaping: the text of every %s argument has its
 // single quotes doubled, so N'%s' with O'Brien yields N'O''Brien' and no caller text is executed as SQL.
-// All other conversions behave as in printf.
+// All other conversions behave as in printf; a null %s argument gives "(null)". The va_list given is
+// not consumed (each call works on its own copy), so one list may be sized and then formatted.
+// All functions are pure and thread-safe; the caller owns every buffer.
 #include <cstdarg>
 #include <string>
 
