@@ -1,12 +1,14 @@
 // taskdb_bench: every store operation against a raw-SQLite baseline doing the same work, in one process
 // on one store file, then a table of the ratios against their targets.
 //
-//   taskdb_bench                 every case, Google Benchmark's output, then the tables
+//   taskdb_bench                 every case three times (shuffled, fastest kept), Google Benchmark's
+//                                output, then the tables
 //   taskdb_bench --smoke         every case once, one line per run; exit 1 when any run failed
 //   taskdb_bench --iterations=N  every run exactly N calls (for counting instructions: bench/icount.sh)
 //   taskdb_bench --benchmark_filter=getOptions ...   any Google Benchmark flag
 //
 // Exit status: 0; 1 when a run failed (smoke) or a target was missed (full run, with --strict).
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <iostream>
@@ -29,6 +31,17 @@ int main(int argc, char** argv) {
             strict = true;
         else
             args.push_back(argv[i]);
+    }
+    // A timed run measures each case three times, library and baseline runs shuffled together, and
+    // keeps the fastest of each: the ratio then compares runs the machine disturbed alike.
+    static char repetitions[] = "--benchmark_repetitions=3";
+    static char interleaved[] = "--benchmark_enable_random_interleaving=true";
+    const bool ownRepetitions = std::any_of(args.begin(), args.end(), [](const char* a) {
+        return std::strncmp(a, "--benchmark_repetitions", 23) == 0;
+    });
+    if (!smoke && iterations == 0 && !ownRepetitions) {
+        args.push_back(repetitions);
+        args.push_back(interleaved);
     }
     int count = static_cast<int>(args.size());
     benchmark::Initialize(&count, args.data());
