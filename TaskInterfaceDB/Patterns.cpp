@@ -46,7 +46,7 @@ Sched_Pattern toPattern(const TM_Pattern_t& row) {
 int TaskInterfaceDB::getPatternInfo(_TaskInfo& info, std::string& err, void* tran) {
     const char* name = "TaskInterfaceDB::getPatternInfo";
     const Sched_AssocEntity entity = info.entities[0];
-    return records::readTable<TM_Pattern, TM_Pattern_t>(
+    return records::readTable<TM_Pattern, TM_Pattern_t, records::kPatternColumns>(
         name, tran, err, true,
         [&](auto& table) {
             EvDebug::DebugLvl(5, name, "Called with clientId[%d], taskId[%lu]",

@@ -3,19 +3,20 @@
 #include <string>
 
 #include "TaskInterfaceDB/Frame.h"
+#include "TaskInterfaceDB/ReadColumns.h"
 #include "TaskRecords.h"
 #include "db/Wrappers.h"
 #include "platform/db/DBtypes.h"
 
 namespace records {
 
-// Reads table X in the reader frame under trace name `name`: ensures the transaction (hint 6),
-// lets `where(table)` set the clause and trace the entry, fetches one row (or every row when
-// `allRows`) into `onRow(record)`, closes and commits an own transaction.
-// Returns 0 also when no row matched (the record is then left untouched); an ensure, open, close or
-// commit failure returns its code with the text in `err`. A fetch failure is traced and left in `err`
-// while the close's code is returned. Thread safety: none needed, everything lives on the stack.
-template <class X, class X_t, class Where, class Row>
+// Reads the `Columns` (see ReadColumns.h) of table X in the reader frame under trace name `name`:
+// ensures the transaction (hint 6), lets `where(table)` set the clause and trace the entry, fetches one row
+// (or every row when `allRows`) into `onRow(record)`, closes and commits an own transaction. Returns 0 also
+// when no row matched (the record is then left untouched); an ensure, open, close or commit failure returns
+// its code with the text in `err`. A fetch failure is traced and left in `err` while the close's code is
+// returned. Thread safety: none needed, everything lives on the stack.
+template <class X, class X_t, const char* Columns, class Where, class Row>
 int readTable(const char* name, void* tran, std::string& err, bool allRows, Where&& where, Row&& onRow) {
     EvEvent event(name);
     TranWrapper tw(frame::callerTran(tran), name);
@@ -24,6 +25,7 @@ int readTable(const char* name, void* tran, std::string& err, bool allRows, Wher
     tw.setHint(DBtran::kHintRead);
 
     TableWrapper<X, X_t> table(name, tw.get());
+    readOnly<Columns>(table);
     where(table);
     // Texts go to `err` only on a real failure: the end of data must not overwrite the caller's text.
     rc = table.openCursor(nullptr);

@@ -23,7 +23,7 @@ constexpr int KO_TASK_FLAG_DEFAULT = 0x80;
 // Traces nothing of its own: the job manager calls it for every job and only failures are of interest.
 int TaskInterfaceDB::getJobInfo(_TaskInfo& info, std::string& err, void* tran) {
     const char* name = "TaskInterfaceDB::getJobInfo";
-    return records::readTable<TM_JobRequest, TM_JobRequest_t>(
+    return records::readTable<TM_JobRequest, TM_JobRequest_t, records::kJobRequestColumns>(
         name, tran, err, false,
         [&](auto& table) {
             table.setWhere(
@@ -39,7 +39,7 @@ int TaskInterfaceDB::getJobInfo(_TaskInfo& info, std::string& err, void* tran) {
 // Fills info.task from the TM_Task row of info.taskId; no row leaves info.task as it was.
 int TaskInterfaceDB::getTaskInfo(_TaskInfo& info, std::string& err, void* tran) {
     const char* name = "TaskInterfaceDB::getTaskInfo";
-    return records::readTable<TM_Task, TM_Task_t>(
+    return records::readTable<TM_Task, TM_Task_t, records::kTaskColumns>(
         name, tran, err, false,
         [&](auto& table) { table.setWhere("taskId = %d", static_cast<int>(info.taskId)); },
         [&](const TM_Task_t& row) {
@@ -62,7 +62,7 @@ int TaskInterfaceDB::getTaskInfo(_TaskInfo& info, std::string& err, void* tran) 
 // Fills info.subTask from TM_SubTask, keyed by subTaskId and/or taskId (see setSubTaskWhere).
 int TaskInterfaceDB::getSubTaskInfo(_TaskInfo& info, std::string& err, void* tran) {
     const char* name = "TaskInterfaceDB::getSubTaskInfo";
-    return records::readTable<TM_SubTask, TM_SubTask_t>(
+    return records::readTable<TM_SubTask, TM_SubTask_t, records::kSubTaskColumns>(
         name, tran, err, false, [&](auto& table) { records::setSubTaskWhere(table, info); },
         [&](const TM_SubTask_t& row) {
             Sched_SubTask& sub = info.subTask;
@@ -78,7 +78,7 @@ int TaskInterfaceDB::getSubTaskInfo(_TaskInfo& info, std::string& err, void* tra
 // call twice on one record get every entity twice.
 int TaskInterfaceDB::getEntityInfo(_TaskInfo& info, std::string& err, void* tran) {
     const char* name = "TaskInterfaceDB::getEntityInfo";
-    return records::readTable<TM_AssocEntity, TM_AssocEntity_t>(
+    return records::readTable<TM_AssocEntity, TM_AssocEntity_t, records::kEntityColumns>(
         name, tran, err, true,
         [&](auto& table) { table.setWhere("taskId = %d", static_cast<int>(info.taskId)); },
         [&](const TM_AssocEntity_t& row) {
@@ -103,7 +103,7 @@ int TaskInterfaceDB::getEntityInfo(_TaskInfo& info, std::string& err, void* tran
 // Sets info.task.taskId to the first task flagged as the default; none leaves it as it was.
 int TaskInterfaceDB::getDefaultTaskId(_TaskInfo& info, std::string& err, void* tran) {
     const char* name = "TaskInterfaceDB::getDefaultTaskId";
-    return records::readTable<TM_Task, TM_Task_t>(
+    return records::readTable<TM_Task, TM_Task_t, records::kTaskIdColumn>(
         name, tran, err, false,
         [&](auto& table) { table.setWhere("(flags & %d) = %d", KO_TASK_FLAG_DEFAULT, KO_TASK_FLAG_DEFAULT); },
         [&](const TM_Task_t& row) { info.task.taskId = static_cast<unsigned int>(row.taskId); });

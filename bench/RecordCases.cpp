@@ -8,6 +8,7 @@
 #include "Db/Tbl/TM_AssocEntity.h"
 #include "Db/Tbl/TM_Pattern.h"
 #include "Db/Tbl/TM_Task.h"
+#include "TaskInterfaceDB/ReadColumns.h"
 #include "bench/Data.h"
 #include "bench/Shared.h"
 
@@ -32,12 +33,12 @@ void rawRead(RawTran& tran, RawStmt& select, long long key, Fill&& fill) {
 struct RawRecords {
     RawDb db{store().path};
     RawTran tran{db};
-    RawStmt task{
-        db, std::string("SELECT ") + TM_Task::kColumnList + " FROM TM_Task WHERE taskId = ? ORDER BY taskId"};
-    RawStmt entities{db, std::string("SELECT ") + TM_AssocEntity::kColumnList +
+    RawStmt task{db, std::string("SELECT ") + records::kTaskColumns +
+                         " FROM TM_Task WHERE taskId = ? ORDER BY taskId"};
+    RawStmt entities{db, std::string("SELECT ") + records::kEntityColumns +
                              " FROM TM_AssocEntity WHERE taskId = ? ORDER BY assocId"};
     RawStmt patterns{
-        db, std::string("SELECT ") + TM_Pattern::kColumnList +
+        db, std::string("SELECT ") + records::kPatternColumns +
                 " FROM TM_Pattern WHERE patternId IN ( SELECT patternId FROM TM_PatternAssoc WHERE "
                 "subTaskId IN (SELECT subTaskId FROM TM_SubTask WHERE taskId = ?)) ORDER BY patternId"};
 };
@@ -47,40 +48,40 @@ Sched_AssocEntity toEntity(const RawStmt& st) {
     e.assocId = u(st, 0);
     e.assocType = u(st, 1);
     e.taskId = u(st, 2);
-    e.clientGroupId = u(st, 5);
-    e.clientId = u(st, 6);
-    e.apptypeId = u(st, 7);
-    e.instanceId = u(st, 8);
-    e.backupsetId = u(st, 9);
-    e.subclientId = u(st, 10);
-    e.policyId = u(st, 11);
-    e.copyId = u(st, 12);
-    e.srmReportSet = u(st, 13);
-    e.srmReportType = u(st, 14);
+    e.clientGroupId = u(st, 3);
+    e.clientId = u(st, 4);
+    e.apptypeId = u(st, 5);
+    e.instanceId = u(st, 6);
+    e.backupsetId = u(st, 7);
+    e.subclientId = u(st, 8);
+    e.policyId = u(st, 9);
+    e.copyId = u(st, 10);
+    e.srmReportSet = u(st, 11);
+    e.srmReportType = u(st, 12);
     return e;
 }
 
 Sched_Pattern toPattern(const RawStmt& st) {
     Sched_Pattern p;
-    p.name = st.text(1);
-    p.ownerId = u(st, 2);
-    p.freq_type = u(st, 5);
-    p.freq_interval = u(st, 6);
-    p.freq_relative_interval = u(st, 7);
-    p.freq_recurrence_factor = u(st, 8);
-    p.freq_subday_interval = u(st, 9);
-    p.skipOccurence = u(st, 10);
-    p.skipDayNumber = u(st, 11);
-    p.active_start_date = st.text(12);
-    p.active_start_time = u(st, 13);
-    p.active_end_date = st.text(14);
-    p.active_end_time = u(st, 15);
-    p.active_end_occurence = u(st, 16);
-    p.tzId = u(st, 19);
-    p.calendarId = u(st, 20);
-    p.local_start_date = u(st, 22);
-    p.local_end_date = u(st, 23);
-    p.freq_restart_interval = u(st, 27);
+    p.name = st.text(0);
+    p.ownerId = u(st, 1);
+    p.freq_type = u(st, 2);
+    p.freq_interval = u(st, 3);
+    p.freq_relative_interval = u(st, 4);
+    p.freq_recurrence_factor = u(st, 5);
+    p.freq_subday_interval = u(st, 6);
+    p.skipOccurence = u(st, 7);
+    p.skipDayNumber = u(st, 8);
+    p.active_start_date = st.text(9);
+    p.active_start_time = u(st, 10);
+    p.active_end_date = st.text(11);
+    p.active_end_time = u(st, 12);
+    p.active_end_occurence = u(st, 13);
+    p.tzId = u(st, 14);
+    p.calendarId = u(st, 15);
+    p.local_start_date = u(st, 16);
+    p.local_end_date = u(st, 17);
+    p.freq_restart_interval = u(st, 18);
     return p;
 }
 
@@ -143,16 +144,16 @@ void baselineReader(benchmark::State& state, Reader r) {
                     rawRead(raw.tran, raw.task, static_cast<int>(info.taskId), [&](const RawStmt& st) {
                         Sched_Task& t = info.task;
                         t.taskId = u(st, 0);
-                        t.taskType = u(st, 2);
-                        t.flags = u(st, 3);
-                        t.status = u(st, 4);
-                        t.alertId = u(st, 7);
-                        t.ownerId = u(st, 8);
-                        t.runUserId = u(st, 9);
-                        t.initiatedFrom = u(st, 10);
-                        t.sequenceNumber = std::strtoull(st.text(11).c_str(), nullptr, 10);
-                        t.localeId = u(st, 12);
-                        t.description = st.text(13);
+                        t.taskType = u(st, 1);
+                        t.flags = u(st, 2);
+                        t.status = u(st, 3);
+                        t.alertId = u(st, 4);
+                        t.ownerId = u(st, 5);
+                        t.runUserId = u(st, 6);
+                        t.initiatedFrom = u(st, 7);
+                        t.sequenceNumber = std::strtoull(st.text(8).c_str(), nullptr, 10);
+                        t.localeId = u(st, 9);
+                        t.description = st.text(10);
                     });
                 } else if (r == Reader::Entities) {
                     info.entities.clear();
@@ -178,7 +179,7 @@ struct RawSetEntities {
     RawDb db{store().path};
     RawTran tran{db};
     RawStmt find{
-        db, std::string("SELECT ") + TM_AssocEntity::kColumnList +
+        db, std::string("SELECT ") + records::kEntityColumns +
                 " FROM TM_AssocEntity WHERE taskId = ? AND clientGroupId = ? AND clientId = ? AND "
                 "apptypeId = ? AND instanceId = ? AND backupsetId = ? AND subclientId = ? ORDER BY assocId"};
     RawStmt insert{db, std::string("INSERT INTO TM_AssocEntity (") + kEntityInsertColumns +

@@ -3,6 +3,7 @@
 #include "platform/db/DBtable.h"
 
 #include <cstdarg>
+#include <cstring>
 
 #include "platform/db/Backend.h"
 #include "platform/db/DBformat.h"
@@ -31,6 +32,7 @@ void DBtable::setKind(int kind) {
 }
 void DBtable::setColumnList(const char* columns) {
     m_impl->columnList = columns ? columns : "";
+    m_impl->subset = 0;
     ++m_impl->generation;
 }
 void DBtable::setVersion(const char* version) {
@@ -56,7 +58,31 @@ void DBtable::setRecord(void* record, const DBcolumn* columns, int count) {
     m_impl->record = record;
     m_impl->columns = columns;
     m_impl->columnCount = columns ? count : 0;
+    m_impl->subset = 0;
     ++m_impl->generation;
+}
+
+void DBtable::setColumnSubset(const char* list, unsigned long long mask) {
+    m_impl->columnList = list ? list : "";
+    m_impl->subset = list ? mask : 0;
+    ++m_impl->generation;
+}
+
+unsigned long long DBtable::columnMask(const DBcolumn* columns, int count, const char* list) {
+    if (!columns || !list || count > 64) return 0;
+    unsigned long long mask = 0;
+    int next = 0;  // names must follow record order, so that fetched columns map by position
+    for (const char* p = list; *p;) {
+        const char* end = std::strstr(p, ", ");
+        const size_t length = end ? static_cast<size_t>(end - p) : std::strlen(p);
+        while (next < count && (std::strlen(columns[next].name) != length ||
+                                std::strncmp(columns[next].name, p, length) != 0))
+            ++next;
+        if (next == count) return 0;
+        mask |= 1ULL << next++;
+        p = end ? end + 2 : p + length;
+    }
+    return mask;
 }
 
 void DBtable::setExtIndicatorArray(void* indicators) {

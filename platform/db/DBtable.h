@@ -75,6 +75,14 @@ class KO_PLATFORM_API DBtable {
     void setRecord(void* record, const DBcolumn* columns, int count);
     // An array of one long long per column: -1 for a NULL value, else the value's length.
     void setExtIndicatorArray(void* indicators);
+    // Reads only some of the record's columns: `list` is their names in record order, joined by ", ",
+    // and `mask` has bit i set for record column i (see columnMask). Fetches fill
+    // just those fields and leave the others as they are; inserts and updates from the record are then
+    // refused (DB_ERR_PARTIAL_RECORD), since they would write the fields that were never read.
+    void setColumnSubset(const char* list, unsigned long long mask);
+    // The mask of the columns named in `list` (names joined by ", ", in record order); 0 when a name
+    // is not a column, the order differs, or the record has more than 64 columns. Pure; thread-safe.
+    static unsigned long long columnMask(const DBcolumn* columns, int count, const char* list);
     // Cursor bindings: the statement text, a printf format. Open runs, in this order of preference:
     // the text built by CallDBsprintfWrapper (the binding passes the statement text as the format);
     // the statement text with each placeholder replaced by the next bound input (texts with their

@@ -37,6 +37,7 @@ struct DBtable::Impl {
     const DBcolumn* columns = nullptr;
     int columnCount = 0;
     long long* indicators = nullptr;
+    unsigned long long subset = 0;  // record columns the select reads (bit i: column i); 0: all
     dbl::Clause where;
     int generation = 0;  // changes with the description, which the statement templates are built from
     unsigned long cursorType = 0;

@@ -1,6 +1,5 @@
 // Between the raw record and the statements: a fetched row into the record, the record into the
 // values of an insert or update (as escaped literals, which the backend turns into parameters).
-#include <algorithm>
 #include <cstring>
 
 #include "platform/db/DBformat.h"
@@ -140,34 +139,43 @@ void DBtable::Impl::fillRecord(dbl::Statement& st) {
     hasRowIdentity = false;
     if (!record) return;
     const int identity = identityPosition();
-    const int available = std::min(columnCount, st.columnCount());
-    const DBcolumn* const cols = columns;
-    long long* const ind = indicators;
+    const int available = st.columnCount();
     char* const base = static_cast<char*>(record);
     std::string text;
-    for (int i = 0; i < available; ++i) {
-        const DBcolumn& c = cols[i];
-        long long indicator;
-        if (c.letter == 'i') {
+    // Record column i from statement column `at`: the same position unless a subset is read.
+    auto fill = [&](int i, int at) {
+        const DBcolumn& c = columns[i];
+        long long indicator = -1;
+        if (at >= available) {
+            clearField(c, base + c.offset);
+        } else if (c.letter == 'i') {
             // Most columns are numbers kept in an int: they skip the general path.
             long long v = 0;
-            indicator = st.readInt64(i, v) ? static_cast<long long>(sizeof(int)) : -1;
+            if (st.readInt64(at, v)) indicator = sizeof(int);
             *reinterpret_cast<int*>(base + c.offset) = static_cast<int>(v);
+            if (i == identity && indicator >= 0) {
+                rowIdentity = v;
+                hasRowIdentity = true;
+            }
         } else {
-            indicator = readField(st, i, c, base + c.offset, text);
+            indicator = readField(st, at, c, base + c.offset, text);
+            // The row's identity, for an update positioned on it, is read as a number whatever its kind.
+            long long v = 0;
+            if (i == identity && st.readInt64(at, v)) {
+                rowIdentity = v;
+                hasRowIdentity = true;
+            }
         }
-        if (ind) ind[i] = indicator;
+        if (indicators) indicators[i] = indicator;
+    };
+    if (!subset) {
+        for (int i = 0; i < columnCount; ++i) fill(i, i);
+        return;
     }
-    for (int i = available; i < columnCount; ++i) {
-        clearField(cols[i], base + cols[i].offset);
-        if (ind) ind[i] = -1;
-    }
-    // The row's identity, for an update positioned on it; read as a number whatever its column's kind.
-    long long v = 0;
-    if (identity >= 0 && identity < available && st.readInt64(identity, v)) {
-        rowIdentity = v;
-        hasRowIdentity = true;
-    }
+    if (indicators)
+        for (int i = 0; i < columnCount; ++i) indicators[i] = -1;
+    int at = 0;
+    for (unsigned long long left = subset; left; left &= left - 1) fill(__builtin_ctzll(left), at++);
 }
 
 std::string DBtable::Impl::updateWhere() const {

@@ -60,6 +60,8 @@ int DBtable::rowUpdate(const std::string& setClause) {
     Impl& m = *m_impl;
     int code = 0;
     if (m.faulted(dbfault::Step::Update, code)) return code;
+    if (setClause.empty() && m.subset)
+        return m.fail(DB_ERR_PARTIAL_RECORD, "record update on [" + m.name + "] that read only some columns");
     // On a fetched row of a table with an identity the update names that row alone.
     const bool byId = m.open && m.hasRow && m.hasRowIdentity;
     auto literal = [&] {
@@ -95,6 +97,9 @@ int DBtable::rowInsert(bool returnIdentity) {
     if (m.faulted(dbfault::Step::Insert, code)) return code;
     if (!m.record || m.columnCount == 0)
         return m.fail(DB_ERR_NO_STATEMENT, "no record to insert into [" + m.name + "]");
+    if (m.subset)
+        return m.fail(DB_ERR_PARTIAL_RECORD,
+                      "record insert into [" + m.name + "] that read only some columns");
     long long identity = 0;
     const bool wantIdentity = returnIdentity && m.identityField && !m.identityColumn.empty();
     dbl::Error e;

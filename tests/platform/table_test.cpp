@@ -129,6 +129,31 @@ TEST_F(TableTest, NullsClearTheRecordAndLongValuesAreCut) {
     EXPECT_EQ(w.indicators[4], 12);
 }
 
+TEST_F(TableTest, AColumnSubsetFillsOnlyItsFieldsAndRefusesRecordWrites) {
+    const int id = addWidget(5, "five", "kept");
+    Widget w(nullptr);
+    w.rec.big = 99;
+    w.rec.note = "untouched";
+    w.setColumnSubset("id, name, stamp", 1u << 0 | 1u << 2 | 1u << 6);
+    ASSERT_EQ(w.openCursor(), 0);
+    ASSERT_EQ(w.fetchCursor(), 0);
+    EXPECT_EQ(w.rec.id, id);
+    EXPECT_STREQ(w.rec.name, "five");
+    EXPECT_EQ(w.rec.big, 99);
+    EXPECT_EQ(w.rec.note, "untouched");
+    EXPECT_EQ(w.indicators[2], 4);
+    EXPECT_EQ(w.indicators[1], -1);
+    EXPECT_EQ(w.indicators[3], -1);
+    // Writing the record would store fields that were never read.
+    EXPECT_EQ(w.rowUpdate(""), DB_ERR_PARTIAL_RECORD);
+    EXPECT_EQ(w.rowInsert(false), DB_ERR_PARTIAL_RECORD);
+    // A set clause of the caller's still updates the fetched row, found by its identity.
+    ASSERT_EQ(w.rowUpdate("big = 6"), 0);
+    ASSERT_EQ(w.closeCursor(), 0);
+    EXPECT_EQ(scalar("SELECT big FROM Widget WHERE id = " + std::to_string(id)), 6);
+    EXPECT_EQ(text("SELECT note FROM Widget WHERE id = " + std::to_string(id)), "kept");
+}
+
 TEST_F(TableTest, FetchTextAndRowHelpers) {
     addWidget(1, "x", "<a>");
     addWidget(2, "y", "<b/>");

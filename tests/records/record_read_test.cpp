@@ -1,6 +1,12 @@
 // Readers of job, task, subtask, entity and pattern records against the seeded schedule.
 #include <string>
 
+#include "Db/Tbl/TM_AssocEntity.h"
+#include "Db/Tbl/TM_JobRequest.h"
+#include "Db/Tbl/TM_Pattern.h"
+#include "Db/Tbl/TM_SubTask.h"
+#include "Db/Tbl/TM_Task.h"
+#include "TaskInterfaceDB/ReadColumns.h"
 #include "records/RecordStore.h"
 
 class RecordReadTest : public RecordStoreTest {};
@@ -140,3 +146,17 @@ TEST_P(RecordReadTest, HostileTextsRoundTripWithinTheColumnWidths) {
 }
 
 TASKDB_STORE_SUITE(RecordReadTest);
+
+// A list that does not match its record (a misspelt name, a column out of order) silently reads the
+// whole row again; every reader's list must map.
+TEST(ReadColumns, EveryReadersListNamesColumnsOfItsRecordInOrder) {
+    using records::columnMask;
+    EXPECT_EQ((columnMask<TM_JobRequest_t, records::kJobRequestColumns>()), 0b110u);
+    EXPECT_NE((columnMask<TM_Task_t, records::kTaskColumns>()), 0u);
+    EXPECT_EQ((columnMask<TM_Task_t, records::kTaskIdColumn>()), 1u);
+    EXPECT_NE((columnMask<TM_SubTask_t, records::kSubTaskColumns>()), 0u);
+    EXPECT_NE((columnMask<TM_AssocEntity_t, records::kEntityColumns>()), 0u);
+    EXPECT_NE((columnMask<TM_Pattern_t, records::kPatternColumns>()), 0u);
+    EXPECT_EQ(DBtable::columnMask(TM_Task_t::columns(), TM_Task_t::kColumnCount, "taskType, taskId"), 0u);
+    EXPECT_EQ(DBtable::columnMask(TM_Task_t::columns(), TM_Task_t::kColumnCount, "taskId, task"), 0u);
+}

@@ -1,0 +1,43 @@
+#pragma once
+// The columns each record reader copies out of its row. A reader selects only these, so a fetch reads
+// a dozen values instead of every column of a wide row; the rest of the record stays as constructed.
+#include <type_traits>
+
+#include "platform/db/DBtable.h"
+
+namespace records {
+
+inline constexpr char kJobRequestColumns[] = "taskId, subTaskId";
+inline constexpr char kTaskColumns[] =
+    "taskId, taskType, flags, status, alertId, ownerId, runUserId, initiatedFrom, sequenceNumber, localeId, "
+    "description";
+inline constexpr char kTaskIdColumn[] = "taskId";
+inline constexpr char kSubTaskColumns[] = "subTaskId, taskId, subTaskType, operationType, subTaskOrder";
+inline constexpr char kEntityColumns[] =
+    "assocId, assocType, taskId, clientGroupId, clientId, apptypeId, instanceId, backupsetId, subclientId, "
+    "policyId, copyId, srmReportSet, srmReportType";
+inline constexpr char kPatternColumns[] =
+    "name, ownerId, freq_type, freq_interval, freq_relative_interval, freq_recurrence_factor, "
+    "freq_subday_interval, skipOccurence, skipDayNumber, active_start_date, active_start_time, "
+    "active_end_date, "
+    "active_end_time, active_end_occurence, tzId, calendarId, local_start_date, local_end_date, "
+    "freq_restart_interval";
+
+// The record-column mask of `List` for row type X_t, worked out once per process (0: a name that is
+// not a column of X_t, or out of record order).
+template <class X_t, const char* List>
+unsigned long long columnMask() {
+    static const unsigned long long mask = DBtable::columnMask(X_t::columns(), X_t::kColumnCount, List);
+    return mask;
+}
+
+// Makes the wrapper's cursor read only the columns of `List`; a list the record does not match
+// leaves the cursor reading every column.
+template <const char* List, class Wrapper>
+void readOnly(Wrapper& table) {
+    using X_t = std::remove_pointer_t<decltype(table.getDataPtr())>;
+    if (const unsigned long long mask = columnMask<X_t, List>())
+        table.getCursor()->setColumnSubset(List, mask);
+}
+
+}  // namespace records
