@@ -3,6 +3,7 @@
 #include "Db/Tbl/TM_StaticTaskOption.h"
 #include "TaskInterfaceDB/DefaultOptions.h"
 #include "TaskInterfaceDB/Frame.h"
+#include "TaskInterfaceDB/ReadColumns.h"
 #include "TaskInterfaceDB/TaskInterfaceDB.h"
 #include "platform/db/DBtable.h"
 #include "platform/text/FXString.h"
@@ -25,6 +26,7 @@ int loadDefaults(const char* name, OptionCallBack* cb, std::string& err, void* t
     tw.setHint(DBtran::kHintRead);
 
     TM_StaticTaskOption table(tw.get());
+    records::selectOnly<records::kDefaultColumns, TM_StaticTaskOption_t>(table);
     table.setWhereText("");
     table.setCursorType(0);
     rc = table.openCursor();

@@ -7,6 +7,7 @@
 
 namespace records {
 
+inline constexpr char kDefaultColumns[] = "optionId, defVal, flagType, type";
 inline constexpr char kJobRequestColumns[] = "taskId, subTaskId";
 inline constexpr char kTaskColumns[] =
     "taskId, taskType, flags, status, alertId, ownerId, runUserId, initiatedFrom, sequenceNumber, localeId, "
@@ -31,13 +32,17 @@ unsigned long long columnMask() {
     return mask;
 }
 
-// Makes the wrapper's cursor read only the columns of `List`; a list the record does not match
-// leaves the cursor reading every column.
+// Makes `table`, a binding of row type X_t, read only the columns of `List`; a list the record does
+// not match leaves it reading every column.
+template <const char* List, class X_t>
+void selectOnly(DBtable& table) {
+    if (const unsigned long long mask = columnMask<X_t, List>()) table.setColumnSubset(List, mask);
+}
+
+// The same for a table wrapper's cursor.
 template <const char* List, class Wrapper>
 void readOnly(Wrapper& table) {
-    using X_t = std::remove_pointer_t<decltype(table.getDataPtr())>;
-    if (const unsigned long long mask = columnMask<X_t, List>())
-        table.getCursor()->setColumnSubset(List, mask);
+    selectOnly<List, std::remove_pointer_t<decltype(table.getDataPtr())>>(*table.getCursor());
 }
 
 }  // namespace records

@@ -4,6 +4,7 @@
 #include "Db/Tbl/TM_AssocEntity.h"
 #include "Db/Tbl/TM_JobRequest.h"
 #include "Db/Tbl/TM_Pattern.h"
+#include "Db/Tbl/TM_StaticTaskOption.h"
 #include "Db/Tbl/TM_SubTask.h"
 #include "Db/Tbl/TM_Task.h"
 #include "TaskInterfaceDB/ReadColumns.h"
@@ -157,6 +158,7 @@ TEST(ReadColumns, EveryReadersListNamesColumnsOfItsRecordInOrder) {
     EXPECT_NE((columnMask<TM_SubTask_t, records::kSubTaskColumns>()), 0u);
     EXPECT_NE((columnMask<TM_AssocEntity_t, records::kEntityColumns>()), 0u);
     EXPECT_NE((columnMask<TM_Pattern_t, records::kPatternColumns>()), 0u);
+    EXPECT_NE((columnMask<TM_StaticTaskOption_t, records::kDefaultColumns>()), 0u);
     EXPECT_EQ(DBtable::columnMask(TM_Task_t::columns(), TM_Task_t::kColumnCount, "taskType, taskId"), 0u);
     EXPECT_EQ(DBtable::columnMask(TM_Task_t::columns(), TM_Task_t::kColumnCount, "taskId, task"), 0u);
 }
