@@ -98,7 +98,7 @@ TEST_F(OdbcTest, NoDataIsOneHundredChangesCountRowsAndFailuresCarryTheSqlState) 
         dbl::Error err;
         dbl::StatementPtr st = conn->prepare(c.first, params, err);
         ASSERT_NE(st, nullptr) << err.text;
-        bindAll(*st, params);
+        dbl::bindParams(*st, params);
         EXPECT_EQ(st->step(err), 100) << c.first << ": " << err.text;
         EXPECT_EQ(st->changes(), c.second) << c.first;
     }
@@ -136,7 +136,7 @@ TEST_F(OdbcTest, StatementsDifferingOnlyInValuesShareOnePreparedHandle) {
     dbl::Error err;
     dbl::StatementPtr held = conn->prepare("SELECT s FROM c WHERE id = 1", params, err);
     ASSERT_NE(held, nullptr);
-    bindAll(*held, params);
+    dbl::bindParams(*held, params);
     ASSERT_EQ(held->step(err), 0);
     EXPECT_EQ(first("SELECT s FROM c WHERE id = 2"), Text("two"));
     EXPECT_EQ(session.preparedCount(), before + 2);
