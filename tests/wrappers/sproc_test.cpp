@@ -4,7 +4,6 @@
 
 #include "Db/Proc/TM_GetAllJobOptions.h"
 #include "Db/Proc/TM_GetXMLJobOptions.h"
-#include "platform/db/DBfault.h"
 #include "support/TestStore.h"
 #include "wrappers/WrapperTestSupport.h"
 
@@ -74,23 +73,6 @@ TEST_P(SprocWrapperTest, XmlResultWithAndWithoutDeclaration) {
         sw.getCursor()->setValues(500);
         EXPECT_EQ(sw.getXMLFromCursor(xml, &err, modes[i].first, modes[i].second), 0) << err;
         EXPECT_EQ(xml, expected[i]);
-    }
-}
-
-TEST_P(SprocWrapperTest, XmlFailuresAnswerMinusOneWithTheText) {
-    seed();
-    for (dbfault::Step step : {dbfault::Step::Open, dbfault::Step::Fetch, dbfault::Step::Close}) {
-        SprocWrapper<TM_GetXMLJobOptions, TM_GetXMLJobOptions_t> sw(kCaller, nullptr);
-        sw.getCursor()->setValues(500);
-        std::string xml = "keep", err;
-        dbfault::Scope fault(step, 1, 700, std::string("xml ") + dbfault::stepName(step));
-        EXPECT_EQ(sw.getXMLFromCursor(xml, &err, false, true), -1) << dbfault::stepName(step);
-        EXPECT_EQ(err, std::string("xml ") + dbfault::stepName(step));
-        EXPECT_EQ(sw.getErrorString(), err);
-        EXPECT_EQ(xml, "keep");
-        if (step != dbfault::Step::Close) {
-            EXPECT_FALSE(sw.getCursor()->isOpen());
-        }
     }
 }
 
