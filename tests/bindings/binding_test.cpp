@@ -1,5 +1,5 @@
-// Binding constructors: what they tell the database layer, the row object switch, procedure inputs
-// in both forms, and registration with the transaction.
+// Binding constructors: what they tell the database layer, the row object switch and procedure inputs
+// in both forms.
 #include <gtest/gtest.h>
 
 #include "Db/AllBindings.h"
@@ -46,18 +46,6 @@ TEST(BindingTest, RowObjectsAndProcedureInputsFollowTheSwitch) {
     files.setValues(5, 10, 20);
     EXPECT_TRUE(files.valuesBound());
     EXPECT_EQ(files.getValuesText(), "");
-}
-
-TEST(BindingTest, BindingsRegisterWithTheirTransactionWhileTheyLive) {
-    DBtran tran;
-    {
-        TM_Task task(&tran);
-        TM_GetAllJobOptions proc(&tran);
-        EXPECT_EQ(tran.objectCount(), 2u);
-    }
-    EXPECT_EQ(tran.objectCount(), 0u);
-    TM_Task alone(nullptr);
-    EXPECT_EQ(tran.objectCount(), 0u);
 }
 
 }  // namespace

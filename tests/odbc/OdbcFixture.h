@@ -14,26 +14,23 @@
 #include <vector>
 
 #include "platform/db/Backend.h"
+#include "platform/db/Bind.h"
 #include "platform/db/odbc/OdbcConnection.h"
+#include "support/TestStore.h"
 
 using Row = std::vector<std::optional<std::string>>;
-
-inline std::string envOf(const char* name) {
-    const char* v = std::getenv(name);
-    return v ? v : "";
-}
 
 class OdbcTest : public ::testing::Test {
   protected:
     void SetUp() override {
-        const std::string base = envOf("TASKDB_TEST_PG_URL");
-        if (base.empty()) GTEST_SKIP() << "TASKDB_TEST_PG_URL is not set: run under scripts/with-postgres.sh";
-        if (exclusiveServer() && envOf("TASKDB_TEST_PG_CTL").empty())
+        if (envText("TASKDB_TEST_PG_URL").empty())
+            GTEST_SKIP() << "TASKDB_TEST_PG_URL is not set: run under scripts/with-postgres.sh";
+        if (exclusiveServer() && envText("TASKDB_TEST_PG_CTL").empty())
             GTEST_SKIP() << "TASKDB_TEST_PG_CTL is not set";
-        m_lockFd = ::open(envOf("TASKDB_TEST_PG_LOCK").c_str(), O_RDONLY | O_CLOEXEC);
+        m_lockFd = ::open(envText("TASKDB_TEST_PG_LOCK").c_str(), O_RDONLY | O_CLOEXEC);
         if (m_lockFd >= 0) flock(m_lockFd, exclusiveServer() ? LOCK_EX : LOCK_SH);
         schema = "taskdb_o" + std::to_string(getpid());
-        url = base + (base.back() == ';' ? "" : ";") + "ConnSettings={SET search_path TO " + schema + "};";
+        url = postgresSchemaUrl(schema);
         ASSERT_TRUE(onServer("DROP SCHEMA IF EXISTS " + schema + " CASCADE") &&
                     onServer("CREATE SCHEMA " + schema));
         conn = open();
@@ -64,34 +61,6 @@ class OdbcTest : public ::testing::Test {
     }
 
   public:
-    static void bindAll(dbl::Statement& st, const std::vector<dbl::Param>& params) {
-        for (size_t i = 0; i < params.size(); ++i) {
-            const int index = static_cast<int>(i) + 1;
-            if (params[i].type == dbl::Param::kInt)
-                st.bindInt64(index, params[i].i);
-            else if (params[i].type == dbl::Param::kText)
-                st.bindText(index, params[i].s);
-            else
-                st.bindNull(index);
-        }
-    }
-
-    // Steps `st` to its end, appending its rows; returns the final code (100 when all went well).
-    static int readRows(dbl::Statement& st, std::vector<Row>& rows, dbl::Error& err) {
-        int code;
-        while ((code = st.step(err)) == 0) {
-            Row row;
-            for (int i = 0; i < st.columnCount(); ++i) {
-                std::string text;
-                const bool null = st.columnIsNull(i);  // asked before the value, as the store does
-                if (!null) st.columnText(i, text);
-                row.push_back(null ? std::nullopt : std::optional<std::string>(text));
-            }
-            rows.push_back(row);
-        }
-        return code;
-    }
-
     // Runs `sql` (the library's dialect) on `c` and returns its rows; the step's final code in *rc,
     // else the test fails unless it is no-data.
     static std::vector<Row> query(dbl::Connection& c, const std::string& sql, int* rc = nullptr,
@@ -102,8 +71,17 @@ class OdbcTest : public ::testing::Test {
         dbl::StatementPtr st = c.prepare(sql, params, err);
         int code = err.code;
         if (st) {
-            bindAll(*st, params);
-            code = readRows(*st, rows, err);
+            dbl::bindParams(*st, params);
+            while ((code = st->step(err)) == 0) {
+                Row row;
+                for (int i = 0; i < st->columnCount(); ++i) {
+                    std::string text;
+                    const bool null = st->columnIsNull(i);  // asked before the value, as the store does
+                    if (!null) st->columnText(i, text);
+                    row.push_back(null ? std::nullopt : std::optional<std::string>(text));
+                }
+                rows.push_back(row);
+            }
         }
         if (rc)
             *rc = code;
@@ -126,12 +104,12 @@ class OdbcTest : public ::testing::Test {
 
   private:
     static bool pgCtl(const std::string& action) {
-        return std::system((envOf("TASKDB_TEST_PG_CTL") + " " + action + " >/dev/null 2>&1").c_str()) == 0;
+        return std::system((envText("TASKDB_TEST_PG_CTL") + " " + action + " >/dev/null 2>&1").c_str()) == 0;
     }
     // On a connection of its own, made anew each time since the server may have been restarted.
     bool onServer(const std::string& sql) {
         dbl::Error err;
-        auto admin = dbl::connectOdbc(envOf("TASKDB_TEST_PG_URL"), err);
+        auto admin = dbl::connectOdbc(envText("TASKDB_TEST_PG_URL"), err);
         if (admin && admin->executeNative(sql, err) == 0) return true;
         ADD_FAILURE() << sql << ": " << err.text;
         return false;

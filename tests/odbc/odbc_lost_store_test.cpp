@@ -26,9 +26,7 @@ class LostStoreTest : public OdbcTest {
         if (IsSkipped() || HasFatalFailure()) return;
         std::string err;
         ASSERT_EQ(DBinitSchema(url, &err), 0) << err;
-        dbconfig::setUrl(url);
-        resetDefaultOptionCache();
-        ti.reset(getTaskInterface(1));
+        ti = openTaskInterface(url);
     }
     void TearDown() override {
         ti.reset();

@@ -1,5 +1,5 @@
 // The reference schema on PostgreSQL: created by `taskdb init` and by init, columns as the catalogue
-// lists them, the procedures present, and a second init harmless.
+// lists them, and a second init harmless. The procedures' answers are checked on every backend.
 #include <cctype>
 #include <cstdlib>
 
@@ -14,7 +14,7 @@ std::string lower(std::string s) {
 }
 }  // namespace
 
-TEST_F(OdbcTest, TheToolAndInitCreateTheCatalogueTablesAndProceduresAndRunAgainHarmlessly) {
+TEST_F(OdbcTest, TheToolAndInitCreateTheCatalogueTablesAndRunAgainHarmlessly) {
     const std::string command = std::string(TASKDB_TOOL_PATH) + " init --url '" + url + "' >/dev/null";
     ASSERT_EQ(std::system(command.c_str()), 0) << command;
     std::string err;
@@ -43,9 +43,4 @@ TEST_F(OdbcTest, TheToolAndInitCreateTheCatalogueTablesAndProceduresAndRunAgainH
                 << tables[t].name << "." << col.name;
         }
     }
-    EXPECT_EQ(first("SELECT COUNT(*) FROM pg_proc p JOIN pg_namespace n ON n.oid = p.pronamespace "
-                    "WHERE n.nspname = current_schema() AND p.proname IN (N'tm_getalljoboptions', "
-                    "N'tm_getallfileoptions', N'tm_getxmljoboptions', N'tm_getjoblistfromtaskid', "
-                    "N'tm_getbitwiseoption', N'tm_getextendedoptionstring')"),
-              std::optional<std::string>("6"));
 }

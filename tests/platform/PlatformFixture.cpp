@@ -1,13 +1,8 @@
 #include "PlatformFixture.h"
 
-#include <unistd.h>
-
-#include <atomic>
 #include <cstdio>
-#include <filesystem>
 
 #include "platform/db/Backend.h"
-#include "platform/db/Bind.h"
 #include "platform/db/DBconfig.h"
 #include "platform/db/DBschema.h"
 #include "platform/db/sqlite/Sqlite.h"
@@ -28,18 +23,6 @@ Widget::Widget(DBtran* tran) : DBtable("Widget", 0, tran) {
     setOrderBy("id");
     setRecord(&rec, kWidgetColumns, kWidgetColumnCount);
     setExtIndicatorArray(indicators);
-}
-
-std::string tempStorePath(const std::string& tag) {
-    static std::atomic<int> counter{0};
-    return (std::filesystem::temp_directory_path() /
-            ("taskdb-platform-" + tag + "-" + std::to_string(getpid()) + "-" + std::to_string(counter++) +
-             ".sqlite"))
-        .string();
-}
-
-void removeStore(const std::string& path) {
-    for (const char* suffix : {"", "-wal", "-shm"}) std::filesystem::remove(path + suffix);
 }
 
 void PlatformTest::SetUp() {
@@ -63,43 +46,6 @@ void PlatformTest::SetUp() {
 void PlatformTest::TearDown() {
     dbconfig::setUrl("");
     removeStore(path);
-}
-
-namespace {
-template <class F>
-void runOne(const std::string& sql, F&& row) {
-    dbl::Error err;
-    auto conn = dbl::acquire(err);
-    ASSERT_NE(conn, nullptr) << err.text;
-    {
-        std::vector<dbl::Param> params;
-        auto st = conn->prepare(sql, params, err);
-        ASSERT_NE(st, nullptr) << sql << ": " << err.text;
-        dbl::bindParams(*st, params);
-        int rc = st->step(err);
-        ASSERT_TRUE(rc == 0 || rc == 100) << sql << ": " << err.text;
-        if (rc == 0) row(*st);
-    }
-    dbl::giveBack(std::move(conn));
-}
-}  // namespace
-
-void PlatformTest::exec(const std::string& sql) {
-    runOne(sql, [](dbl::Statement&) {});
-}
-
-long long PlatformTest::scalar(const std::string& sql) {
-    long long v = 0;
-    runOne(sql, [&](dbl::Statement& st) { v = st.columnIsNull(0) ? 0 : st.columnInt64(0); });
-    return v;
-}
-
-std::string PlatformTest::text(const std::string& sql) {
-    std::string v;
-    runOne(sql, [&](dbl::Statement& st) {
-        if (!st.columnIsNull(0)) st.columnText(0, v);
-    });
-    return v;
 }
 
 int PlatformTest::addWidget(long long big, const std::string& name, const std::string& note) {

@@ -9,6 +9,7 @@
 #include "db/KODBDataType.h"
 #include "platform/db/DBtable.h"
 #include "platform/db/DBtypes.h"
+#include "support/TestStore.h"
 
 struct Widget_t {
     int id = 0;           // identity
@@ -30,26 +31,17 @@ class Widget : public DBtable {
 };
 
 // Creates a store file under the temp directory and makes it the configured URL.
-class PlatformTest : public ::testing::Test {
+class PlatformTest : public ::testing::Test, protected StoreSql {
   protected:
     void SetUp() override;
     void TearDown() override;
 
-    // Runs SQL of the library's dialect on a pooled connection in autocommit; fails the test on error.
-    void exec(const std::string& sql);
-    // The first column of the first row (0 / "" when there is none).
-    long long scalar(const std::string& sql);
-    std::string text(const std::string& sql);
     // Inserts a Widget row through the table binding, without a transaction; returns its id.
     int addWidget(long long big, const std::string& name, const std::string& note = "");
 
     std::string path;
     std::string url;
 };
-
-// A unique path for a store file in the temp directory; removeStore deletes it with its WAL files.
-std::string tempStorePath(const std::string& tag);
-void removeStore(const std::string& path);
 
 // Value objects for DBtable::BindInput, made the way procedure bindings make them; the table owns them.
 inline KODBDataTypeBase* makeInt(int v) {

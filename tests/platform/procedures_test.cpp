@@ -1,4 +1,5 @@
-// The platform's procedures on a seeded store, called the way procedure bindings call them.
+// The platform's procedures on a seeded store, called the way procedure bindings call them, on every
+// backend: the same rows in the same order.
 #include <gtest/gtest.h>
 
 #include <cstddef>
@@ -39,37 +40,42 @@ using BigProc = Proc<Big_t>;
 using TextProc = Proc<Text_t>;
 using Rows = std::vector<std::pair<long long, std::string>>;
 
-// The task tables come from the catalogue that the fixture's schema set-up created.
-class ProcedureTest : public PlatformTest {
+// Task 10 has subtasks 100 and 101, task 20 has 200; the task tables come from the catalogue.
+void seed() {
+    StoreSql sql;
+    sql.exec("INSERT INTO TM_SubTask (subTaskId, taskId) VALUES (101, 10), (100, 10), (200, 20)");
+    sql.exec(
+        "INSERT INTO TM_JobRequest (jobRequestId, taskId, subTaskId, created) VALUES (1, 10, 100, 1000), "
+        "(2, 10, 101, 3000), (3, 20, 200, 500)");
+    sql.exec("INSERT INTO TM_Jobs (jobId, jobRequestId) VALUES (5000000001, 1), (7, 1), (8, 2), (9, 3)");
+    // Job 7's own options, and subtask-level rows of its subtask 100 (jobId 0).
+    sql.exec(
+        "INSERT INTO TM_JobOptions (jobId, optionId, type, value, subTaskId, created, modified) VALUES "
+        "(7, 2, 0, N'own2', 100, 0, 0), (7, 5, 0, N'own5', 100, 0, 0), "
+        "(0, 1, 0, N'sub1', 100, 900, 0), "     // inherited
+        "(0, 2, 0, N'sub2', 100, 900, 0), "     // hidden by the job's own row
+        "(0, 3, 0, N'sub3', 100, 1100, 0), "    // made after the request
+        "(0, 4, 0, N'sub4', 100, 800, 950), "   // modified before the request
+        "(0, 6, 3, N'sub6', 100, 800, 1200), "  // modified after it: inherited
+        "(0, 7, 0, N'other', 101, 0, 0)");      // another subtask
+    // File options of job 8.
+    sql.exec(
+        "INSERT INTO TM_JobOptions (jobId, optionId, type, value) VALUES (8, 22, 150014, '/c'), "
+        "(8, 20, 150002, '/a'), (8, 21, 150005, '/b'), (8, 23, 150015, '/x')");
+    sql.exec(
+        "INSERT INTO TM_StaticTaskOption (optionId, xpath, bitVal) VALUES (1, 'a/b', 1), (2, '', 2), "
+        "(5, 'x5', 0), (6, 's6', 8), (7, 'seven', 16), (8, '', -2147483648)");
+    sql.exec(
+        "INSERT INTO TM_SubTaskOptions (subTaskId, optionId, value) VALUES (300, 7, 'yes'), "
+        "(300, 1, '0'), (300, 8, '1'), (100, 6, ''), (100, 2, '1'), (101, 1, '1'), (-5, 7, 'x')");
+}
+
+// The answers on every backend.
+class ProcedureTest : public StoreTest {
   protected:
     void SetUp() override {
-        PlatformTest::SetUp();
-        // Task 10 has subtasks 100 and 101, task 20 has 200.
-        exec("INSERT INTO TM_SubTask (subTaskId, taskId) VALUES (101, 10), (100, 10), (200, 20)");
-        exec(
-            "INSERT INTO TM_JobRequest (jobRequestId, taskId, subTaskId, created) VALUES (1, 10, 100, 1000), "
-            "(2, 10, 101, 3000), (3, 20, 200, 500)");
-        exec("INSERT INTO TM_Jobs (jobId, jobRequestId) VALUES (5000000001, 1), (7, 1), (8, 2), (9, 3)");
-        // Job 7's own options, and subtask-level rows of its subtask 100 (jobId 0).
-        exec(
-            "INSERT INTO TM_JobOptions (jobId, optionId, type, value, subTaskId, created, modified) VALUES "
-            "(7, 2, 0, N'own2', 100, 0, 0), (7, 5, 0, N'own5', 100, 0, 0), "
-            "(0, 1, 0, N'sub1', 100, 900, 0), "     // inherited
-            "(0, 2, 0, N'sub2', 100, 900, 0), "     // hidden by the job's own row
-            "(0, 3, 0, N'sub3', 100, 1100, 0), "    // made after the request
-            "(0, 4, 0, N'sub4', 100, 800, 950), "   // modified before the request
-            "(0, 6, 3, N'sub6', 100, 800, 1200), "  // modified after it: inherited
-            "(0, 7, 0, N'other', 101, 0, 0)");      // another subtask
-        // File options of job 8.
-        exec(
-            "INSERT INTO TM_JobOptions (jobId, optionId, type, value) VALUES (8, 22, 150014, '/c'), "
-            "(8, 20, 150002, '/a'), (8, 21, 150005, '/b'), (8, 23, 150015, '/x')");
-        exec(
-            "INSERT INTO TM_StaticTaskOption (optionId, xpath, bitVal) VALUES (1, 'a/b', 1), (2, '', 2), "
-            "(5, 'x5', 0), (6, 's6', 8), (7, 'seven', 16), (8, '', -2147483648)");
-        exec(
-            "INSERT INTO TM_SubTaskOptions (subTaskId, optionId, value) VALUES (300, 7, 'yes'), "
-            "(300, 1, '0'), (300, 8, '1'), (100, 6, ''), (100, 2, '1'), (101, 1, '1'), (-5, 7, 'x')");
+        StoreTest::SetUp();
+        if (!HasFatalFailure()) seed();
     }
 
     Rows options(const char* name, const std::string& args) {
@@ -83,9 +89,18 @@ class ProcedureTest : public PlatformTest {
     }
 };
 
+// Inputs and refusals, with the embedded store's codes.
+class ProcedureInputTest : public PlatformTest {
+  protected:
+    void SetUp() override {
+        PlatformTest::SetUp();
+        if (!HasFatalFailure()) seed();
+    }
+};
+
 }  // namespace
 
-TEST_F(ProcedureTest, JobOptionsJoinTheJobsOwnAndItsSubtasksRows) {
+TEST_P(ProcedureTest, JobOptionsJoinTheJobsOwnAndItsSubtasksRows) {
     EXPECT_EQ(options("TM_GetAllJobOptions", "7"),
               (Rows{{1, "sub1"}, {2, "own2"}, {5, "own5"}, {6, "sub6"}}));
     // Job 8's request (created 3000) is on subtask 101.
@@ -96,7 +111,7 @@ TEST_F(ProcedureTest, JobOptionsJoinTheJobsOwnAndItsSubtasksRows) {
     EXPECT_EQ(options("TM_GetAllFileOptions", "8,150005,0"), (Rows{{21, "/b"}}));
 }
 
-TEST_F(ProcedureTest, BitAndExtendedOptionsByKind) {
+TEST_P(ProcedureTest, BitAndExtendedOptionsByKind) {
     struct Case {
         const char* args;  // jobId, taskId, subTaskId, type
         long long bits;
@@ -122,7 +137,9 @@ TEST_F(ProcedureTest, BitAndExtendedOptionsByKind) {
     }
 }
 
-TEST_F(ProcedureTest, InputsAsValueObjectsAndRefusedArguments) {
+TASKDB_STORE_SUITE(ProcedureTest);
+
+TEST_F(ProcedureInputTest, InputsAsValueObjectsAndRefusedArguments) {
     // b_newDBBase 1 bindings hand value objects instead of argument text; they stay for the next run.
     BigProc bit("TM_GetBitwiseOption", nullptr, kBigCols, 1);
     for (KODBDataTypeBase* v : {makeBig(7), makeInt(0), makeInt(0), makeInt(0)}) bit.BindInput(v);

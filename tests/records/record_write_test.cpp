@@ -1,8 +1,7 @@
-// Writers of task, subtask and entity records: what they change, what they leave, whose transaction.
+// Writers of task, subtask and entity records: what they change and what they leave.
 #include <ctime>
 #include <string>
 
-#include "platform/db/DBtran.h"
 #include "records/RecordStore.h"
 
 class RecordWriteTest : public RecordStoreTest {
@@ -21,7 +20,6 @@ class RecordWriteTest : public RecordStoreTest {
     long long entities(int taskId) {
         return scalar("SELECT COUNT(*) FROM TM_AssocEntity WHERE taskId = " + std::to_string(taskId));
     }
-    long long alertId() { return scalar("SELECT alertId FROM TM_Task WHERE taskId = 7"); }
 };
 
 TEST_P(RecordWriteTest, SetTaskInfoChangesExactlyThreeColumnsAndSetSubTaskInfoNone) {
@@ -113,23 +111,6 @@ TEST_P(RecordWriteTest, SetEntityInfoCarriesTheAssociationTypeAndInsertsOnlyMiss
     EXPECT_EQ(ti->setEntityInfo(info, err, nullptr), 0);
     EXPECT_EQ(entities(9), 8);
     EXPECT_EQ(err, "caller's text");
-}
-
-TEST_P(RecordWriteTest, WritersLeaveTheCommitToTheCallersTransaction) {
-    _TaskInfo info;
-    info.entities = {entity(0, 2), entity(0, 3)};
-    info.task.alertId = 55;
-    for (bool commit : {false, true}) {
-        DBtran tran;
-        ASSERT_EQ(tran.begin(&err), 0) << err;
-        info.taskId = 9;
-        ASSERT_EQ(ti->setEntityInfo(info, err, &tran), 0) << err;
-        info.taskId = 7;
-        ASSERT_EQ(ti->setTaskInfo(info, err, &tran), 0) << err;
-        ASSERT_EQ(commit ? tran.commit(&err) : tran.rollback(&err), 0) << err;
-        EXPECT_EQ(entities(9), commit ? 2 : 0);
-        EXPECT_EQ(alertId(), commit ? 55 : 17);
-    }
 }
 
 TASKDB_STORE_SUITE(RecordWriteTest);

@@ -22,16 +22,9 @@ std::string schemaName() {
     return "taskdb_p" + std::to_string(getpid());
 }
 
-std::string baseUrl() {
-    const char* url = std::getenv("TASKDB_TEST_PG_URL");
-    return url ? url : "";
-}
-
 // Connections of this process's schema find their tables first on the search path.
 std::string storeUrl() {
-    std::string url = baseUrl();
-    if (!url.empty() && url.back() != ';') url += ';';
-    return url + "ConnSettings={SET search_path TO " + schemaName() + "};";
+    return postgresSchemaUrl(schemaName());
 }
 
 // The context's own connection, kept across tests; opened again after the server went away. Never
@@ -116,7 +109,7 @@ class PostgresContext : public BackendContext {
 }  // namespace
 
 std::unique_ptr<BackendContext> makePostgresContext() {
-    if (baseUrl().empty()) return nullptr;
+    if (envText("TASKDB_TEST_PG_URL").empty()) return nullptr;
     return std::make_unique<PostgresContext>();
 }
 

@@ -8,6 +8,7 @@
 
 #include "TaskInterfaceDB/DefaultOptions.h"
 #include "platform/db/Backend.h"
+#include "platform/db/Bind.h"
 #include "platform/db/DBconfig.h"
 #include "platform/db/DBschema.h"
 
@@ -16,33 +17,48 @@ namespace {
 class SqliteContext : public BackendContext {
   public:
     std::string prepare() override {
-        static std::atomic<int> counter{0};
-        m_path = (std::filesystem::temp_directory_path() /
-                  ("taskdb-test-" + std::to_string(getpid()) + "-" + std::to_string(counter++) + ".sqlite"))
-                     .string();
-        removeFiles();
+        m_path = tempStorePath("store");
+        removeStore(m_path);
         std::string url = "sqlite:" + m_path, err;
         if (DBinitSchema(url, &err) != 0) ADD_FAILURE() << "schema: " << err;
         return url;
     }
     void finish() override {
         dbconfig::setUrl("");
-        removeFiles();
+        removeStore(m_path);
     }
 
   private:
-    void removeFiles() {
-        for (const char* suffix : {"", "-wal", "-shm"}) std::filesystem::remove(m_path + suffix);
-    }
     std::string m_path;
 };
 
 }  // namespace
 
+std::string tempStorePath(const std::string& tag) {
+    static std::atomic<int> counter{0};
+    return (std::filesystem::temp_directory_path() /
+            ("taskdb-" + tag + "-" + std::to_string(getpid()) + "-" + std::to_string(counter++) + ".sqlite"))
+        .string();
+}
+
+void removeStore(const std::string& path) {
+    for (const char* suffix : {"", "-wal", "-shm"}) std::filesystem::remove(path + suffix);
+}
+
+std::string envText(const char* name) {
+    const char* value = std::getenv(name);
+    return value ? value : "";
+}
+
+std::string postgresSchemaUrl(const std::string& schema) {
+    std::string url = envText("TASKDB_TEST_PG_URL");
+    if (!url.empty() && url.back() != ';') url += ';';
+    return url + "ConnSettings={SET search_path TO " + schema + "};";
+}
+
 std::vector<std::string> testBackends() {
     std::vector<std::string> names{"sqlite"};
-    const char* pg = std::getenv("TASKDB_TEST_PG_URL");
-    if (pg && *pg) names.push_back("postgres");
+    if (!envText("TASKDB_TEST_PG_URL").empty()) names.push_back("postgres");
     return names;
 }
 
@@ -61,13 +77,17 @@ void resetDefaultOptionCache() {
     gbDefaultLoaded = false;
 }
 
+std::unique_ptr<TaskInterface> openTaskInterface(const std::string& url) {
+    dbconfig::setUrl(url);
+    resetDefaultOptionCache();
+    return std::unique_ptr<TaskInterface>(getTaskInterface(1));
+}
+
 void StoreTest::SetUp() {
     m_context = makeBackendContext(GetParam());
     ASSERT_NE(m_context, nullptr) << "backend " << GetParam() << " is not built";
     url = m_context->prepare();
-    dbconfig::setUrl(url);
-    resetDefaultOptionCache();
-    ti.reset(getTaskInterface(1));
+    ti = openTaskInterface(url);
     ASSERT_NE(ti, nullptr);
 }
 
@@ -88,16 +108,7 @@ void runOne(const std::string& sql, F&& row) {
         std::vector<dbl::Param> params;
         auto st = conn->prepare(sql, params, err);
         ASSERT_NE(st, nullptr) << sql << ": " << err.text;
-        for (size_t i = 0; i < params.size(); ++i) {
-            const auto& p = params[i];
-            int idx = static_cast<int>(i) + 1;
-            if (p.type == dbl::Param::kInt)
-                st->bindInt64(idx, p.i);
-            else if (p.type == dbl::Param::kText)
-                st->bindText(idx, p.s);
-            else
-                st->bindNull(idx);
-        }
+        dbl::bindParams(*st, params);
         int rc = st->step(err);
         ASSERT_TRUE(rc == 0 || rc == 100) << sql << ": " << err.text;
         if (rc == 0) row(*st);
@@ -109,17 +120,17 @@ void runOne(const std::string& sql, F&& row) {
 }
 }  // namespace
 
-void StoreTest::exec(const std::string& sql) {
+void StoreSql::exec(const std::string& sql) {
     runOne(sql, [](dbl::Statement&) {});
 }
 
-long long StoreTest::scalar(const std::string& sql) {
+long long StoreSql::scalar(const std::string& sql) {
     long long v = 0;
     runOne(sql, [&](dbl::Statement& st) { v = st.columnIsNull(0) ? 0 : st.columnInt64(0); });
     return v;
 }
 
-std::string StoreTest::text(const std::string& sql) {
+std::string StoreSql::text(const std::string& sql) {
     std::string v;
     runOne(sql, [&](dbl::Statement& st) {
         if (!st.columnIsNull(0)) st.columnText(0, v);

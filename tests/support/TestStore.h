@@ -29,16 +29,20 @@ class BackendContext {
 std::vector<std::string> testBackends();
 std::unique_ptr<BackendContext> makeBackendContext(const std::string& name);
 
-class StoreTest : public ::testing::TestWithParam<std::string> {
-  protected:
-    void SetUp() override;
-    void TearDown() override;
-
-    // Runs one statement (the library's SQL dialect) in a transaction of its own; fails the test on error.
+// SQL of the library's dialect on the configured store, for seeding and checking behind the API.
+class StoreSql {
+  public:
+    // Runs one statement in a transaction of its own; fails the test on error.
     void exec(const std::string& sql);
     // The first column of the first row as a number (0 when no row) or as text ("" when no row).
     long long scalar(const std::string& sql);
     std::string text(const std::string& sql);
+};
+
+class StoreTest : public ::testing::TestWithParam<std::string>, protected StoreSql {
+  protected:
+    void SetUp() override;
+    void TearDown() override;
 
     std::string url;
     std::unique_ptr<TaskInterface> ti;
@@ -53,3 +57,15 @@ class StoreTest : public ::testing::TestWithParam<std::string> {
 
 // Forgets the library's in-memory copy of the static defaults, so that each test starts unloaded.
 void resetDefaultOptionCache();
+// Makes `url` the configured store with the defaults unloaded; a new task interface on it (owned by the
+// caller).
+std::unique_ptr<TaskInterface> openTaskInterface(const std::string& url);
+
+// A unique path for a store file in the temp directory; removeStore deletes it with its WAL files.
+std::string tempStorePath(const std::string& tag);
+void removeStore(const std::string& path);
+
+// The environment variable's value, "" when unset.
+std::string envText(const char* name);
+// The test server's URL (TASKDB_TEST_PG_URL) with `schema` first on the search path.
+std::string postgresSchemaUrl(const std::string& schema);
