@@ -2,6 +2,7 @@
 #include "Db/Proc/TM_GetAllFileOptions.h"
 #include "TaskInterfaceDB/Frame.h"
 #include "TaskInterfaceDB/JobOptionRows.h"
+#include "TaskInterfaceDB/ReadColumns.h"
 #include "TaskInterfaceDB/TaskInterfaceDB.h"
 #include "platform/text/FXString.h"
 
@@ -52,6 +53,9 @@ int TaskInterfaceDB::setFiles(_TaskInfo& info, std::vector<const TaskFile*> file
     int rc = tw.ensureTran(&err);
     if (rc != 0) return rc;
 
+    // Look-ups read only the stored value; new rows are built in the full row of `table`.
+    JobOptionsTable lookup(kName, tw.get());
+    records::readOnly<records::kOptionValueColumn>(lookup);
     JobOptionsTable table(kName, tw.get());
     JobRequestTable request(kName, tw.get());
     JobOptionAdder adder(kName, info, table, request);
@@ -64,12 +68,12 @@ int TaskInterfaceDB::setFiles(_TaskInfo& info, std::vector<const TaskFile*> file
                           optionId, type, value.c_str());
         // Other file types are matched by value too, so a new value adds a row beside the old ones.
         if (type == kSingleValueFileType)
-            table.setWhere("jobId = %lld AND type = %d AND optionId = %lld", info.jobId, type, optionId);
+            lookup.setWhere("jobId = %lld AND type = %d AND optionId = %lld", info.jobId, type, optionId);
         else
-            table.setWhere("jobId = %lld AND value = N'%s' AND type = %d AND optionId = %lld", info.jobId,
-                           value.c_str(), type, optionId);
+            lookup.setWhere("jobId = %lld AND value = N'%s' AND type = %d AND optionId = %lld", info.jobId,
+                            value.c_str(), type, optionId);
         Stored found;
-        rc = findJobOption(kName, table, value, found, err);
+        rc = findJobOption(kName, lookup, value, found, err);
         if (rc != 0) return rc;
         if (found == Stored::Same) continue;
 
@@ -77,14 +81,14 @@ int TaskInterfaceDB::setFiles(_TaskInfo& info, std::vector<const TaskFile*> file
             EvDebug::DebugLvl(info.jobId, 3, kName,
                               "Modify optionId[%lld], new value is [%s], new type is [%d]", optionId,
                               value.c_str(), type);
-            rc = table.rowUpdate("value = N'%s', type = %d, optionId = %lld", value.c_str(), type, optionId);
-            if (rc != 0) frame::dbError(kName, table, err);
+            rc = lookup.rowUpdate("value = N'%s', type = %d, optionId = %lld", value.c_str(), type, optionId);
+            if (rc != 0) frame::dbError(kName, lookup, err);
         } else {
             EvDebug::DebugLvl(info.jobId, 3, kName, "Add optionId[%lld], new value is [%s], new type is [%d]",
                               optionId, value.c_str(), type);
             adder.add(file->getOptionId(), type, value, err);
         }
-        rc = table.closeCursor(&err);
+        rc = lookup.closeCursor(&err);
         if (rc != 0) return rc;
     }
     return tw.commitIfOwnTran(&err);

@@ -1,6 +1,7 @@
 // Writing a job's options: set (update or add) and remove.
 #include "TaskInterfaceDB/Frame.h"
 #include "TaskInterfaceDB/JobOptionRows.h"
+#include "TaskInterfaceDB/ReadColumns.h"
 #include "TaskInterfaceDB/TaskInterfaceDB.h"
 
 int TaskInterfaceDB::setOptions(_TaskInfo& info, std::vector<const TaskOption*> options, std::string& err,
@@ -11,6 +12,9 @@ int TaskInterfaceDB::setOptions(_TaskInfo& info, std::vector<const TaskOption*> 
     int rc = tw.ensureTran(&err);
     if (rc != 0) return rc;
 
+    // Look-ups read only the stored value; new rows are built in the full row of `table`.
+    JobOptionsTable lookup(kName, tw.get());
+    records::readOnly<records::kOptionValueColumn>(lookup);
     JobOptionsTable table(kName, tw.get());
     JobRequestTable request(kName, tw.get());
     JobOptionAdder adder(kName, info, table, request);
@@ -19,23 +23,23 @@ int TaskInterfaceDB::setOptions(_TaskInfo& info, std::vector<const TaskOption*> 
         const long long optionId = static_cast<long long>(option->getOptionId());
         EvDebug::DebugLvl(info.jobId, 5, kName, "Called with jobId[%lld], optionId[%lld], value[%s]",
                           info.jobId, optionId, value.c_str());
-        table.setWhere("jobId = %lld AND optionId = %lld", info.jobId, optionId);
+        lookup.setWhere("jobId = %lld AND optionId = %lld", info.jobId, optionId);
         Stored found;
-        rc = findJobOption(kName, table, value, found, err);
+        rc = findJobOption(kName, lookup, value, found, err);
         if (rc != 0) return rc;
         if (found == Stored::Same) continue;
 
         if (found == Stored::Different && !info.addDuplicate) {
             EvDebug::DebugLvl(info.jobId, 3, kName, "Modify optionId[%lld], new value is [%s]", optionId,
                               value.c_str());
-            rc = table.rowUpdate("value = N'%s'", value.c_str());
-            if (rc != 0) frame::dbError(kName, table, err);
+            rc = lookup.rowUpdate("value = N'%s'", value.c_str());
+            if (rc != 0) frame::dbError(kName, lookup, err);
         } else {
             // With addDuplicate set an existing option gains a second row on purpose.
             adder.add(option->getOptionId(), option->getType(), value, err);
         }
         // A failed update or insert is reported above; the loop goes on when the close succeeds.
-        rc = table.closeCursor(&err);
+        rc = lookup.closeCursor(&err);
         if (rc != 0) return rc;
     }
     return tw.commitIfOwnTran(&err);

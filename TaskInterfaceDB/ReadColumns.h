@@ -7,6 +7,7 @@
 
 namespace records {
 
+inline constexpr char kOptionValueColumn[] = "value";
 inline constexpr char kDefaultColumns[] = "optionId, defVal, flagType, type";
 inline constexpr char kJobRequestColumns[] = "taskId, subTaskId";
 inline constexpr char kTaskColumns[] =

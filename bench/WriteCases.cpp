@@ -5,6 +5,7 @@
 
 #include "Db/Tbl/TM_JobOptions.h"
 #include "Db/Tbl/TM_JobRequest.h"
+#include "TaskInterfaceDB/ReadColumns.h"
 #include "bench/Data.h"
 #include "bench/Shared.h"
 
@@ -34,7 +35,7 @@ _TaskInfo jobInfo(long long jobId) {
 struct RawSetOptions {
     RawDb db{store().path};
     RawTran tran{db};
-    RawStmt find{db, std::string("SELECT ") + TM_JobOptions::kColumnList +
+    RawStmt find{db, std::string("SELECT ") + records::kOptionValueColumn +
                          " FROM TM_JobOptions WHERE jobId = ? AND optionId = ? ORDER BY id"};
     RawStmt request{db,
                     std::string("SELECT ") + TM_JobRequest::kColumnList +
@@ -54,7 +55,7 @@ struct RawSetOptions {
             find.bind(1, info.jobId);
             find.bind(2, static_cast<long long>(o->getOptionId()));
             const bool exists = find.step();
-            const bool same = exists && find.text(4) == value;
+            const bool same = exists && find.text(0) == value;
             find.reset();
             if (same) continue;
             if (exists) throw std::runtime_error("the baseline does not update options");
