@@ -111,8 +111,7 @@ void emitBinding(std::ostream& h, const Object& o) {
       << "    // The row object, or null when row objects are off.\n"
       << "    " << n << "_t2* getRow() { return m_row; }\n";
     if (o.kind == Kind::Procedure) h << "    const char* getSignature() const { return m_signature; }\n";
-    h << "    // Resets the record and the indicators for the next fetch (rebuilt in place: one pass over "
-         "it).\n"
+    h << "    // Resets the record and the indicators for the next fetch (rebuilt in place, in one pass).\n"
       << "    void dataBindClear() {\n"
       << "        m_data.~" << n << "_t();\n"
       << "        new (&m_data) " << n << "_t();\n"
