@@ -2,7 +2,6 @@
 #include "Db/Proc/TM_GetAllFileOptions.h"
 #include "TaskInterfaceDB/Frame.h"
 #include "TaskInterfaceDB/JobOptionRows.h"
-#include "TaskInterfaceDB/ReadColumns.h"
 #include "TaskInterfaceDB/TaskInterfaceDB.h"
 #include "platform/text/FXString.h"
 
@@ -53,12 +52,8 @@ int TaskInterfaceDB::setFiles(_TaskInfo& info, std::vector<const TaskFile*> file
     int rc = tw.ensureTran(&err);
     if (rc != 0) return rc;
 
-    // Look-ups read only the stored value; new rows are built in the full row of `table`.
-    JobOptionsTable lookup(kName, tw.get());
-    records::readOnly<records::kOptionValueColumn>(lookup);
-    JobOptionsTable table(kName, tw.get());
-    JobRequestTable request(kName, tw.get());
-    JobOptionAdder adder(kName, info, table, request);
+    JobOptionLookup lookup(kName, tw.get());
+    JobOptionAdder adder(kName, info, tw.get());
     for (const TaskFile* file : files) {
         const std::string value = file->getValue();
         const int type = file->getType();

@@ -6,6 +6,7 @@
 
 #include "Db/Tbl/TM_JobOptions.h"
 #include "Db/Tbl/TM_JobRequest.h"
+#include "TaskInterfaceDB/ReadColumns.h"
 #include "TaskRecords.h"
 #include "db/Wrappers.h"
 
@@ -13,6 +14,14 @@ class DBtran;
 
 using JobOptionsTable = TableWrapper<TM_JobOptions, TM_JobOptions_t>;
 using JobRequestTable = TableWrapper<TM_JobRequest, TM_JobRequest_t>;
+
+// A TM_JobOptions cursor for findJobOption: it reads the stored value alone.
+class JobOptionLookup : public JobOptionsTable {
+  public:
+    JobOptionLookup(const char* name, DBtran* tran) : JobOptionsTable(name, tran) {
+        records::readOnly<records::kOptionValueColumn>(*this);
+    }
+};
 
 // What a look-up of one option row found.
 enum class Stored { Missing, Different, Same };
@@ -25,19 +34,17 @@ enum class Stored { Missing, Different, Same };
 int findJobOption(const char* name, JobOptionsTable& table, const std::string& value, Stored& found,
                   std::string& err);
 
-// Adds option rows for job info.jobId within one call. The job's request row, whose `created` stamps
-// every new row, is read on the first add and reused for the later ones.
-// Not thread-safe: one adder belongs to one call.
+// Adds option rows for job info.jobId within one call, through tables of its own in `tran`. The job's
+// request row, whose `created` stamps every new row, is read on the first add and reused for the later
+// ones. Not thread-safe: one adder belongs to one call.
 class JobOptionAdder {
   public:
-    // `name` is the calling operation's trace name; the adder keeps references to all arguments.
-    JobOptionAdder(const char* name, const _TaskInfo& info, JobOptionsTable& options,
-                   JobRequestTable& request)
-        : m_name(name), m_info(info), m_options(options), m_request(request) {}
+    // `name` is the calling operation's trace name; the adder keeps references to `name` and `info`.
+    JobOptionAdder(const char* name, const _TaskInfo& info, DBtran* tran)
+        : m_name(name), m_info(info), m_options(name, tran), m_request(name, tran) {}
 
-    // Fills the options table's row buffer and inserts it. 0 on success; on failure the database's
-    // code, with its text in `err` and a "DB_Error: [%s]" trace. The options cursor is left for the
-    // caller to close.
+    // Fills a full option row and inserts it. 0 on success; on failure the database's code, with its
+    // text in `err` and a "DB_Error: [%s]" trace.
     int add(unsigned long long optionId, int type, const std::string& value, std::string& err);
 
   private:
@@ -46,8 +53,8 @@ class JobOptionAdder {
 
     const char* m_name;
     const _TaskInfo& m_info;
-    JobOptionsTable& m_options;
-    JobRequestTable& m_request;
+    JobOptionsTable m_options;
+    JobRequestTable m_request;
     bool m_requestRead = false;
     long long m_created = 0;
 };

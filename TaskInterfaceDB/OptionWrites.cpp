@@ -1,7 +1,6 @@
 // Writing a job's options: set (update or add) and remove.
 #include "TaskInterfaceDB/Frame.h"
 #include "TaskInterfaceDB/JobOptionRows.h"
-#include "TaskInterfaceDB/ReadColumns.h"
 #include "TaskInterfaceDB/TaskInterfaceDB.h"
 
 int TaskInterfaceDB::setOptions(_TaskInfo& info, std::vector<const TaskOption*> options, std::string& err,
@@ -12,12 +11,8 @@ int TaskInterfaceDB::setOptions(_TaskInfo& info, std::vector<const TaskOption*> 
     int rc = tw.ensureTran(&err);
     if (rc != 0) return rc;
 
-    // Look-ups read only the stored value; new rows are built in the full row of `table`.
-    JobOptionsTable lookup(kName, tw.get());
-    records::readOnly<records::kOptionValueColumn>(lookup);
-    JobOptionsTable table(kName, tw.get());
-    JobRequestTable request(kName, tw.get());
-    JobOptionAdder adder(kName, info, table, request);
+    JobOptionLookup lookup(kName, tw.get());
+    JobOptionAdder adder(kName, info, tw.get());
     for (const TaskOption* option : options) {
         const std::string value = option->getValue();
         const long long optionId = static_cast<long long>(option->getOptionId());
