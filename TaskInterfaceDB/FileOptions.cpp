@@ -91,11 +91,8 @@ int TaskInterfaceDB::setFiles(_TaskInfo& info, std::vector<const TaskFile*> file
 
 int TaskInterfaceDB::removeFiles(_TaskInfo& info, std::vector<const TaskFile*> files, std::string& err,
                                  void* tran) {
-    std::vector<unsigned long long> ids;
-    ids.reserve(files.size());
-    for (const TaskFile* file : files) ids.push_back(file->getOptionId());
-    return removeJobOptionRows("TaskInterfaceDB::removeFiles", RemovalKind::Files, info, ids, err,
-                               frame::callerTran(tran));
+    return removeJobOptionRows("TaskInterfaceDB::removeFiles", RemovalKind::Files, info, optionIdsOf(files),
+                               err, frame::callerTran(tran));
 }
 
 int TaskInterfaceDB::removeFiles(_TaskInfo& info, const std::vector<std::string>& files, std::string& err,

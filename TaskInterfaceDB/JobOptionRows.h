@@ -69,3 +69,12 @@ enum class RemovalKind { Options, Files };
 int removeJobOptionRows(const char* name, RemovalKind kind, const _TaskInfo& info,
                         const std::vector<unsigned long long>& optionIds, std::string& err,
                         DBtran* callerTran);
+
+// The option ids of `items` (options or files), in their order.
+template <class Item>
+std::vector<unsigned long long> optionIdsOf(const std::vector<const Item*>& items) {
+    std::vector<unsigned long long> ids;
+    ids.reserve(items.size());
+    for (const Item* item : items) ids.push_back(item->getOptionId());
+    return ids;
+}

@@ -42,11 +42,8 @@ int TaskInterfaceDB::setOptions(_TaskInfo& info, std::vector<const TaskOption*> 
 
 int TaskInterfaceDB::removeOptions(_TaskInfo& info, std::vector<const TaskOption*> options, std::string& err,
                                    void* tran) {
-    std::vector<unsigned long long> ids;
-    ids.reserve(options.size());
-    for (const TaskOption* option : options) ids.push_back(option->getOptionId());
-    return removeJobOptionRows("TaskInterfaceDB::removeOptions", RemovalKind::Options, info, ids, err,
-                               frame::callerTran(tran));
+    return removeJobOptionRows("TaskInterfaceDB::removeOptions", RemovalKind::Options, info,
+                               optionIdsOf(options), err, frame::callerTran(tran));
 }
 
 int TaskInterfaceDB::removeOptions(_TaskInfo& info, const std::vector<unsigned long long>& optionIds,
