@@ -11,6 +11,7 @@
 
 #include "platform/db/DBconfig.h"
 #include "platform/db/DBschema.h"
+#include "platform/db/DBtran.h"
 #include "records/RecordStore.h"
 
 namespace {
@@ -121,6 +122,27 @@ TEST_P(AbortedWriteTest, AValueLargerThanTheStoreAllowsUndoesTheWholeCall) {
         if (GetParam() == "sqlite") g_limit = Limit::Length;
         expectNothingRemains(call, limited);
     }
+
+    // In the caller's transaction: a later call is refused with the first failure, and the commit
+    // takes back what the first call had written before it failed.
+    if (GetParam() == "sqlite") g_limit = Limit::Length;
+    dbconfig::setUrl(limited);
+    const std::string before = state();
+    DBtran tran;
+    ASSERT_EQ(tran.begin(&err), 0) << err;
+    _TaskInfo info = job();
+    std::string first, second, commit;
+    ti->setOptions(info, {&kChanged, &kBigOption}, first, &tran);  // its last write failing: the close's 0
+    EXPECT_FALSE(first.empty());
+    const TaskOption later(6, "later", 1);
+    EXPECT_NE(ti->setOptions(info, {&later}, second, &tran), 0);
+    EXPECT_EQ(second, first);
+    EXPECT_NE(tran.commit(&commit), 0);
+    EXPECT_EQ(commit, first);
+    EXPECT_FALSE(tran.active());
+    g_limit = Limit::None;
+    dbconfig::setUrl(url);
+    EXPECT_EQ(state(), before);
 }
 
 TEST_P(AbortedWriteTest, AReadOnlyStoreRefusesEveryWriterWithItsOwnError) {
