@@ -168,6 +168,14 @@ TEST(AbortedWriteFullDisk, TheCallEndsWithTheDiskFullErrorAndNothingWritten) {
         fs::remove(mount);
         GTEST_SKIP() << "cannot mount a small file system here (needs root)";
     }
+    struct Unmount {
+        fs::path at;
+        ~Unmount() {
+            dbconfig::setUrl("");
+            umount2(at.c_str(), MNT_DETACH);
+            fs::remove(at);
+        }
+    } unmount{mount};
     const std::string url = "sqlite:" + (mount / "store.sqlite").string();
     std::string err;
     ASSERT_EQ(DBinitSchema(url, &err), 0) << err;
@@ -182,8 +190,4 @@ TEST(AbortedWriteFullDisk, TheCallEndsWithTheDiskFullErrorAndNothingWritten) {
         EXPECT_EQ(err, sqlite3_errstr(SQLITE_FULL));
         EXPECT_EQ(sql.text("SELECT GROUP_CONCAT(value) FROM TM_JobOptions"), before);
     }
-    ti.reset();
-    dbconfig::setUrl("");
-    umount2(mount.c_str(), MNT_DETACH);
-    fs::remove(mount);
 }
