@@ -1,8 +1,8 @@
 // DBtable's cursor: open, fetch, close and the text read of XML results.
 #include "platform/db/Bind.h"
 #include "platform/db/DBerrors.h"
-#include "platform/db/DBtableImpl.h"
 #include "platform/db/DBtran.h"
+#include "platform/db/table/DBtableImpl.h"
 #include "platform/trace/EvDebug.h"
 
 namespace {

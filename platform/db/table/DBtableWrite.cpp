@@ -3,8 +3,8 @@
 #include "platform/db/Bind.h"
 #include "platform/db/DBerrors.h"
 #include "platform/db/DBexecute.h"
-#include "platform/db/DBtableImpl.h"
 #include "platform/db/DBtran.h"
+#include "platform/db/table/DBtableImpl.h"
 
 namespace {
 
