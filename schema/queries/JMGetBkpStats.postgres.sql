@@ -65,10 +65,10 @@ jobs AS MATERIALIZED (
     JMBkpStats.numStreams, JMBkpStats.numStreamsRequested,
     JMBkpStats.dataArchGrpId, JMBkpStats.logArchGrpId, JMBkpStats.diffArchGrpId,
     JMBkpStats.bkpLevel, JMBkpStats.secondaryBkpLevel, JMBkpStats.jobIdPrepared, JMBkpStats.jobIdActedOn,
-    JMBkpStats.fromTime, JMBkpStats.toTime, JMBkpStats.status, JMBkpStats.displayStatus, JMBkpStats.duration,
+    JMBkpStats.fromTime, JMBkpStats.toTime, JMBkpStats.status, JMJobStats.displayStatus, JMBkpStats.duration,
     JMBkpStats.servStartDate, JMBkpStats.servEndDate, JMBkpStats.uncompBytes, JMBkpStats.compBytes,
     JMBkpStats.nwTransBytes, JMBkpStats.totalBackupSize, JMBkpStats.numObjects, JMBkpStats.numFolders,
-    JMBkpStats.initFrom, JMBkpStats.version, JMBkpStats.subTaskId, JMBkpStats.failureReason, JMBkpStats.bkpOptions,
+    JMJobStats.initFrom, JMBkpStats.version, JMJobStats.subTaskId, JMBkpStats.failureReason, JMBkpStats.bkpOptions,
     JMBkpStats.scanFileFailures, JMBkpStats.scanFolderFailures, JMBkpStats.backupFileFailures,
     JMBkpStats.backupFolderFailures, JMBkpStats.oraSubLevel, JMBkpStats.totalWriteTime, JMBkpStats.cloudId,
     JMBkpStats.username, JMBkpStats.bkpattributes, JMBkpStats.dataStatus, JMBkpStats.filesToXfer,
@@ -97,10 +97,10 @@ jobs AS MATERIALIZED (
     JMBkpStats.numStreams, JMBkpStats.numStreamsRequested,
     JMBkpStats.dataArchGrpId, JMBkpStats.logArchGrpId, JMBkpStats.diffArchGrpId,
     JMBkpStats.bkpLevel, JMBkpStats.secondaryBkpLevel, JMBkpStats.jobIdPrepared, JMBkpStats.jobIdActedOn,
-    JMBkpStats.fromTime, JMBkpStats.toTime, JMBkpStats.status, JMBkpStats.displayStatus, JMBkpStats.duration,
+    JMBkpStats.fromTime, JMBkpStats.toTime, JMBkpStats.status, JMJobStats.displayStatus, JMBkpStats.duration,
     JMBkpStats.servStartDate, JMBkpStats.servEndDate, JMBkpStats.uncompBytes, JMBkpStats.compBytes,
     JMBkpStats.nwTransBytes, JMBkpStats.totalBackupSize, JMBkpStats.numObjects, JMBkpStats.numFolders,
-    JMBkpStats.initFrom, JMBkpStats.version, JMBkpStats.subTaskId, JMBkpStats.failureReason, JMBkpStats.bkpOptions,
+    JMJobStats.initFrom, JMBkpStats.version, JMJobStats.subTaskId, JMBkpStats.failureReason, JMBkpStats.bkpOptions,
     JMBkpStats.scanFileFailures, JMBkpStats.scanFolderFailures, JMBkpStats.backupFileFailures,
     JMBkpStats.backupFolderFailures, JMBkpStats.oraSubLevel, JMBkpStats.totalWriteTime, JMBkpStats.cloudId,
     JMBkpStats.username, JMBkpStats.bkpattributes, JMBkpStats.dataStatus, JMBkpStats.filesToXfer,
@@ -127,11 +127,11 @@ jobs AS MATERIALIZED (
   SELECT 3, j.jobId, j.orbisId, j.appId, JMJobStats.opType, JMJobStats.subOpType,
     APP_Application.clientId, APP_Application.clientId, APP_Application.appTypeId, APP_Application.instance,
     APP_Application.backupSet, APP_Application.subclientName, APP_Application.subclientStatus,
-    j.numStreams, j.numStreams, j.archGrpId, j.archGrpId, j.archGrpId,
+    0, 0, j.archGrpId, j.archGrpId, j.archGrpId,
     0, 0, 0, 0, 0, 0, j.status, j.status, j.duration, j.servStartDate, j.servEndDate,
     0, 0, 0, j.totalBackupSize, j.numObjects, 0, j.initFrom, 0, j.subTaskId, j.failureReason, 0,
     0, 0, 0, 0, 0, 0, 0, j.username, 0, JMJobStats.dataStatus, 0, 0, 0, j.failureErrorCode, 0, 0, 0, 0,
-    '', '', j.jobDescription, ''
+    '', '', j.jobDescription, j.xmlJobInfo
   FROM filteredJobs f
   CROSS JOIN scope
   CROSS JOIN JMAdminJobStatsTable j
@@ -142,7 +142,7 @@ jobs AS MATERIALIZED (
     AND APP_Application.id = j.appId AND APP_Application.orbisId = 2
     AND APP_Application.appTypeId NOT IN (93, 105, 600, 601, 602, 603, 604, 605, 606, 607)
     AND JMJobStats.jobId = j.jobId AND JMJobStats.orbisId = j.orbisId AND JMJobStats.dataStatus IN (0, 3)
-    AND j.opType <> 60
+    AND j.optype <> 60
     AND EXISTS (SELECT 1 FROM JMCompliancePolicyQualifiedJobs q
          WHERE q.jobId = j.jobId AND q.complianceId = scope.complianceId AND q.status <> 4)
 )
@@ -185,10 +185,10 @@ SELECT DISTINCT
   r.toTime AS toTime,
   r.status AS status,
   r.displayStatus AS displayStatus,
-  CASE WHEN r.appType = 84 THEN COALESCE((SELECT MIN(l.childJobId) FROM JMJobDataLink l WHERE l.jobId = r.jobId), 0)
+  CASE WHEN r.appType = 84 THEN COALESCE((SELECT MIN(l.childJobId) FROM JMJobDataLink l WHERE l.parentJobId = r.jobId), 0)
        ELSE 0 END AS childJobId,
   CASE WHEN r.appType = 84 THEN COALESCE((SELECT MAX(cj.status) FROM JMBkpStats cj WHERE cj.jobId =
-         (SELECT MIN(l.childJobId) FROM JMJobDataLink l WHERE l.jobId = r.jobId)), 0)
+         (SELECT MIN(l.childJobId) FROM JMJobDataLink l WHERE l.parentJobId = r.jobId)), 0)
        ELSE 0 END AS childJobStatus,
   r.duration AS duration,
   r.servStartDate AS servStartDate,
@@ -196,7 +196,7 @@ SELECT DISTINCT
   r.uncompBytes AS uncompBytes,
   r.compBytes AS compBytes,
   r.nwTransBytes AS nwTransBytes,
-  COALESCE((SELECT MAX(CAST(jo.attributeValue AS BIGINT)) FROM JMJobOptions jo
+  COALESCE((SELECT MAX(jo.intValue) FROM JMJobOptions jo
             WHERE jo.jobId = r.jobId AND jo.orbisId = r.orbisId AND jo.attributeId = 73), 0) AS sizeOnMedia,
   r.totalBackupSize AS totalBackupSize,
   r.numObjects AS numObjects,
@@ -225,17 +225,17 @@ SELECT DISTINCT
        ELSE 0 END AS snapWFJobID,
   CASE WHEN r.jobOpType IN (59, 65) AND r.subOpType <> 145
             AND (r.branch <> 2 OR NOT EXISTS (SELECT 1 FROM JMVSAAppJobLink vl WHERE vl.jobId = r.jobId))
-         THEN COALESCE((SELECT MAX(sn.materializationStatus) FROM SMSnapshot sn WHERE sn.jobId = r.jobId
+         THEN COALESCE((SELECT MAX(sn.materializationStatus) FROM JMSnapshot sn WHERE sn.jobId = r.jobId
                         AND (sn.enabled = 1 OR sn.materializationStatus = 100)), 0)
        ELSE -1 END AS snapToTapeStatus,
   CASE WHEN r.jobOpType IN (59, 65) AND r.subOpType <> 145
             AND ((r.branch <> 2 AND IsDeferredCatalogSupported(r.appId) = 1)
                  OR (r.branch = 2 AND (',' || GetDeferredCatalogSupportedAppTypes() || ',') LIKE '%%,' || CAST(r.appType AS TEXT) || ',%%'))
-         THEN COALESCE((SELECT MAX(sn.catalogStatus) FROM SMSnapshot sn WHERE sn.jobId = r.jobId
+         THEN COALESCE((SELECT MAX(sn.catalogStatus) FROM JMSnapshot sn WHERE sn.jobId = r.jobId
                         AND (sn.enabled = 1 OR sn.catalogStatus = 100)), 0)
        ELSE -1 END AS snapDeferredCatalogStatus,
   CASE WHEN (r.bkpAttributesEx & 67108864) <> 0
-         THEN COALESCE((SELECT MAX(l.jobId) FROM JMJobDataLink l WHERE l.childJobId = r.jobId AND l.linkType = 7), 0)
+         THEN COALESCE((SELECT MAX(l.parentJobId) FROM JMJobDataLink l WHERE l.childJobId = r.jobId AND l.linkType = 7), 0)
        ELSE 0 END AS parentJobId,
   COALESCE(r.username, '') AS username,
   r.bkpattributes AS bkpattributes,
@@ -263,14 +263,14 @@ SELECT DISTINCT
        JOIN MMMasterPool mp ON mp.masterPoolId = rh.masterPoolId JOIN MMLibrary ml ON ml.libraryId = mp.libraryId
        WHERE rh.jobId = r.jobId) lib),
     (SELECT string_agg(lib.aliasName, ',' ORDER BY lib.aliasName) FROM (SELECT DISTINCT ml.aliasName FROM JMMisc mi
-       JOIN SplitString(JMXmlAttribute(mi.xmlValue, '/jobStatsCache/libraryList/@list'), ',') ids ON 1=1
+       JOIN SplitString(JMXmlAttribute(mi.value, '/jobStatsCache/libraryList/@list'), ',') ids ON 1=1
        JOIN MMLibrary ml ON ml.libraryId = CAST(ids.value AS INTEGER)
        WHERE mi.jobId = r.jobId AND mi.itemType = 74) lib),
     '') AS LibraryName,
   CASE WHEN r.cloudId = 0 THEN '' ELSE COALESCE((SELECT MAX(cp.stringVal) FROM app_componentProp cp
-       WHERE cp.componentType = 2 AND cp.componentId = r.cloudId AND cp.propertyTypeId = 1 AND cp.modified = 0), '') END AS cloudName,
+       WHERE cp.componentId = 2 AND cp.entityId = r.cloudId AND cp.propertyTypeId = 1 AND cp.modified = 0), '') END AS cloudName,
   CASE WHEN COALESCE(afci.AFCICloudId, 0) = 0 THEN '' ELSE COALESCE((SELECT MAX(cp.stringVal) FROM app_componentProp cp
-       WHERE cp.componentType = 2 AND cp.componentId = afci.AFCICloudId AND cp.propertyTypeId = 1 AND cp.modified = 0), '') END AS AFCICloudName,
+       WHERE cp.componentId = 2 AND cp.entityId = afci.AFCICloudId AND cp.propertyTypeId = 1 AND cp.modified = 0), '') END AS AFCICloudName,
   COALESCE(JMGetKBArticlesForFailures(r.failureReason, 0), '') AS failureKBArticle,
   COALESCE(r.jobDescription, '') AS jobDescription,
   COALESCE(r.xmlJobInfo, '') AS xmlJobInfo,
@@ -278,18 +278,18 @@ SELECT DISTINCT
        WHERE q.jobId = r.jobId AND q.complianceId = scope.complianceId), '') END AS compPolicyFailReason,
   CASE WHEN EXISTS (SELECT 1 FROM APP_SubClientProp sp WHERE sp.componentNameId = r.appId
                     AND sp.attrName = 'Index SubClient' AND sp.attrVal <> '0' AND sp.modified = 0) THEN 1 ELSE 0 END AS indexBackupJob,
-  COALESCE((SELECT MAX(CAST(mi.value AS INTEGER)) FROM JMMisc mi WHERE mi.jobId = r.jobId AND mi.itemType = 71), 0) AS encrypted,
+  COALESCE((SELECT MAX(mi.intValue) FROM JMMisc mi WHERE mi.jobId = r.jobId AND mi.itemType = 71), 0) AS encrypted,
   COALESCE(c.displayName, '') AS clientDisplayName,
-  COALESCE((SELECT MAX(jo.attributeValue) FROM JMJobOptions jo
+  COALESCE((SELECT MAX(jo.stringValue) FROM JMJobOptions jo
             WHERE jo.jobId = r.jobId AND jo.orbisId = r.orbisId AND jo.attributeId = 86), '') AS jobThroughPut,
   COALESCE(CASE WHEN r.branch <> 2 AND (r.bkpAttributesEx & 1073741824) <> 0 THEN
-      (SELECT CAST(SUM(CAST(split_part(jo.attributeValue, ':', 1) AS BIGINT)) AS TEXT) || ':' ||
-              CAST(SUM(CAST(split_part(jo.attributeValue, ':', 2) AS BIGINT)) AS TEXT) || ':' ||
-              CAST(SUM(CAST(split_part(jo.attributeValue, ':', 3) AS BIGINT)) AS TEXT) || ':' ||
-              CAST(SUM(CAST(split_part(jo.attributeValue, ':', 4) AS BIGINT)) AS TEXT)
+      (SELECT CAST(SUM(CAST(split_part(jo.stringValue, ':', 1) AS BIGINT)) AS TEXT) || ':' ||
+              CAST(SUM(CAST(split_part(jo.stringValue, ':', 2) AS BIGINT)) AS TEXT) || ':' ||
+              CAST(SUM(CAST(split_part(jo.stringValue, ':', 3) AS BIGINT)) AS TEXT) || ':' ||
+              CAST(SUM(CAST(split_part(jo.stringValue, ':', 4) AS BIGINT)) AS TEXT)
        FROM JMJobDataLink l JOIN JMJobOptions jo ON jo.jobId = l.childJobId AND jo.attributeId = 91
-       WHERE l.jobId = r.jobId)
-    ELSE (SELECT MAX(jo.attributeValue) FROM JMJobOptions jo
+       WHERE l.parentJobId = r.jobId)
+    ELSE (SELECT MAX(jo.stringValue) FROM JMJobOptions jo
           WHERE jo.jobId = r.jobId AND jo.orbisId = r.orbisId AND jo.attributeId = 91) END, '') AS timeThroughPut,
   CASE WHEN vm.present = 1 THEN vm.total ELSE 0 END AS totalClients,
   CASE WHEN vm.present = 1 THEN vm.s0 ELSE 0 END AS successfullClients,
@@ -308,7 +308,7 @@ LEFT JOIN APP_BackupSetName bs ON bs.id = r.backupSet
 LEFT JOIN TM_SubTask st ON st.subTaskId = r.subTaskId AND r.subTaskId <> 0
 LEFT JOIN (
   SELECT af.jobId AS jobId, af.orbisId AS orbisId, MAX(af.flags & 496) AS AFCIFlags, MAX(af.cloudId) AS AFCICloudId,
-         MAX(fi.contentIndexTime) AS AFCITime, MAX(fi.flags) AS AFFLAFlags
+         MAX(af.contentIndexTime) AS AFCITime, MAX(fi.flags) AS AFFLAFlags
   FROM filteredJobs f JOIN archFile af ON af.jobId = f.t_jobID AND af.orbisId = f.t_orbisId
   LEFT JOIN archFLAIndexingInfo fi ON fi.archFileId = af.id
   GROUP BY af.jobId, af.orbisId

@@ -25,8 +25,9 @@ std::string plFunction(const std::string& name, const std::string& args, const s
 
 std::vector<std::string> postgresJobFunctions() {
     const std::string clientVisible =
-        "SELECT CASE WHEN $1 = 0 OR EXISTS (SELECT 1 FROM UMUserClient WHERE userId = $1 AND clientId = $2) "
-        "OR EXISTS (SELECT 1 FROM UMUserClientGroup ug JOIN APP_ClientGroupAssoc ga "
+        "SELECT CASE WHEN $1 = 0 OR EXISTS (SELECT 1 FROM UMUserClientAssoc WHERE userId = $1 AND clientId = "
+        "$2) "
+        "OR EXISTS (SELECT 1 FROM UMUserClientGroupAssoc ug JOIN APP_ClientGroupAssoc ga "
         "ON ga.clientGroupId = ug.clientGroupId WHERE ug.userId = $1 AND ga.clientId = $2) THEN 1 ELSE 0 END";
     return {
         // 1 when user 0 asks or the user may see the client: associated directly or through one of
@@ -57,7 +58,7 @@ std::vector<std::string> postgresJobFunctions() {
                    "IF $2 IS NULL THEN RETURN NULL; END IF; "
                    "parts := string_to_array($2, '|'); "
                    "IF parts[1] IS NULL OR parts[1] !~ '^[0-9]+$' THEN RETURN $2; END IF; "
-                   "SELECT message INTO msg FROM JMMessageCatalog WHERE messageId = parts[1]::bigint "
+                   "SELECT formatText INTO msg FROM SRV_EventMessage WHERE messageId = parts[1]::bigint "
                    "AND localeId IN ($1, 0) ORDER BY localeId DESC LIMIT 1; "
                    "IF msg IS NULL THEN RETURN $2; END IF; "
                    "FOR i IN REVERSE array_length(parts, 1) - 1 .. 1 LOOP "
@@ -66,7 +67,7 @@ std::vector<std::string> postgresJobFunctions() {
         // The knowledge-base article of the message that the failure text names ("" for none).
         sqlFunction(
             "JMGetKBArticlesForFailures", "text, bigint", "text",
-            "SELECT COALESCE((SELECT MAX(kbArticle) FROM JMMessageCatalog WHERE split_part($1, '|', 1) "
+            "SELECT COALESCE((SELECT MAX(kbArticle) FROM SRV_EventMessage WHERE split_part($1, '|', 1) "
             "~ '^[0-9]+$' AND messageId = split_part($1, '|', 1)::bigint), '')"),
         // "<proxy client>:<instance>" of the subclient (the instance alone without a proxy).
         sqlFunction(

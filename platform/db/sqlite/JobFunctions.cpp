@@ -28,8 +28,8 @@ enum Query {
 const char* const kQueries[kCount] = {
     // A client the user may see: associated with the user directly, or through one of the user's
     // client groups.
-    "SELECT EXISTS (SELECT 1 FROM UMUserClient WHERE userId = ?1 AND clientId = ?2) "
-    "OR EXISTS (SELECT 1 FROM UMUserClientGroup ug JOIN APP_ClientGroupAssoc ga "
+    "SELECT EXISTS (SELECT 1 FROM UMUserClientAssoc WHERE userId = ?1 AND clientId = ?2) "
+    "OR EXISTS (SELECT 1 FROM UMUserClientGroupAssoc ug JOIN APP_ClientGroupAssoc ga "
     "ON ga.clientGroupId = ug.clientGroupId WHERE ug.userId = ?1 AND ga.clientId = ?2)",
     // The latest time to which any copy of the job is retained.
     "SELECT MAX(retainedUntil) FROM JMJobDataStats WHERE jobId = ?1 AND orbisId = ?2",
@@ -37,9 +37,9 @@ const char* const kQueries[kCount] = {
     "SELECT MAX(value) FROM TSGlobalParam WHERE name = 'DeferredCatalogSupportedAppTypes'",
     "SELECT MAX(appTypeId) FROM APP_Application WHERE id = ?1",
     // A catalogue message in a locale.
-    "SELECT message FROM JMMessageCatalog WHERE messageId = ?1 AND localeId IN (?2, 0) "
+    "SELECT formatText FROM SRV_EventMessage WHERE messageId = ?1 AND localeId IN (?2, 0) "
     "ORDER BY localeId DESC LIMIT 1",
-    "SELECT MAX(kbArticle) FROM JMMessageCatalog WHERE messageId = ?1",
+    "SELECT MAX(kbArticle) FROM SRV_EventMessage WHERE messageId = ?1",
     // The proxy client and the instance of a database subclient.
     "SELECT c.name, i.name FROM APP_Application a LEFT JOIN APP_InstanceName i ON i.id = a.instance "
     "LEFT JOIN APP_SubClientProp p ON p.componentNameId = a.id AND p.attrName = 'Proxy Client' AND "
@@ -184,7 +184,7 @@ bool parseMessage(const std::string& text, std::string& id, std::vector<std::str
 }
 
 // JMGetLocalizedMessageFunc(localeId, text): a text that names a catalogue message (see
-// parseMessage) becomes the message of JMMessageCatalog in that locale (else locale 0) with %1, %2,
+// parseMessage) becomes the message of SRV_EventMessage in that locale (else locale 0) with %1, %2,
 // ... replaced by the arguments; any other text, and a message the catalogue lacks, is returned as
 // it is. NULL stays NULL.
 void localizedMessage(sqlite3_context* ctx, int, sqlite3_value** argv) {
