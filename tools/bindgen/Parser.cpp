@@ -1,6 +1,7 @@
 // Reading and checking schema/objects.def.
 #include <cctype>
 #include <fstream>
+#include <iterator>
 #include <set>
 
 #include "Model.h"
@@ -75,6 +76,22 @@ std::string conversionsOf(const std::string& format) {
     return out;
 }
 
+// Each of the index's comma-separated columns must be a column, optionally followed by DESC or ASC.
+std::string checkIndex(const Object& o, const Index& ix) {
+    size_t start = 0;
+    while (start <= ix.columns.size()) {
+        size_t end = ix.columns.find(',', start);
+        if (end == std::string::npos) end = ix.columns.size();
+        std::vector<std::string> words;
+        tokenize(ix.columns.substr(start, end - start), words);
+        bool ok = !words.empty() && words.size() <= 2 && indexOf(o, words[0]) >= 0 &&
+                  (words.size() == 1 || words[1] == "DESC" || words[1] == "ASC");
+        if (!ok) return "index " + ix.name + " has a bad column list \"" + ix.columns + "\"";
+        start = end + 1;
+    }
+    return "";
+}
+
 // An empty answer means the object is consistent.
 std::string check(const Object& o) {
     if (o.format != formatOf(o.columns))
@@ -95,6 +112,10 @@ std::string check(const Object& o) {
         for (const std::string& k : o.keys) {
             std::string trimmed = k.substr(0, k.find_last_not_of(' ') + 1);
             if (indexOf(o, trimmed) < 0) return "key " + k + " is not a column";
+        }
+        for (const Index& ix : o.indexes) {
+            std::string why = checkIndex(o, ix);
+            if (!why.empty()) return why;
         }
         return "";
     }
@@ -150,6 +171,8 @@ bool parseObjects(const std::string& path, std::vector<Object>& objects, std::st
             if (!parseColumn(t[1], t[2], cur->columns.back())) return fail("bad column type " + t[2]);
         } else if (word == "key" && t.size() >= 2) {
             cur->keys.assign(t.begin() + 1, t.end());
+        } else if ((word == "index" || word == "unique") && t.size() == 3 && cur->kind == Kind::Table) {
+            cur->indexes.push_back(Index{t[1], t[2], word == "unique"});
         } else if (word == "identity" && t.size() == 2 && t[1] == "none") {
             cur->identity.clear();
         } else if (word == "identity" && t.size() == 3) {
@@ -158,6 +181,17 @@ bool parseObjects(const std::string& path, std::vector<Object>& objects, std::st
         } else if (word == "args" && t.size() >= 2) {
             cur->args.clear();
             for (size_t i = 1; i < t.size(); ++i) cur->args += t[i];
+        } else if (word == "statement" && t.size() == 3) {
+            // statement sqlserver|sqlite|postgres FILE: the text of a file beside objects.def.
+            std::string* field = t[1] == "sqlserver"  ? &cur->statement
+                                 : t[1] == "sqlite"   ? &cur->sqliteStatement
+                                 : t[1] == "postgres" ? &cur->postgresStatement
+                                                      : nullptr;
+            if (!field) return fail("statement dialect must be sqlserver, sqlite or postgres");
+            std::string dir = path.substr(0, path.find_last_of('/') + 1);
+            std::ifstream sql(dir + t[2], std::ios::binary);
+            if (!sql) return fail(dir + t[2] + ": cannot be read");
+            field->assign(std::istreambuf_iterator<char>(sql), std::istreambuf_iterator<char>());
         } else if (word == "room" && t.size() == 2) {
             cur->room = std::stoi(t[1]);
         } else if (t.size() == 2 && (word == "version" || word == "orderby" || word == "format" ||

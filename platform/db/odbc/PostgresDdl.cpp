@@ -87,10 +87,10 @@ class PostgresDdl : public SchemaDdl {
         return out;
     }
 
-    std::string createIndex(const std::string& name, const std::string& table,
-                            const std::string& columns) const override {
-        return "CREATE INDEX IF NOT EXISTS " + lower(name) + " ON " + lower(table) + " (" + lower(columns) +
-               ")";
+    std::string createIndex(const std::string& name, const std::string& table, const std::string& columns,
+                            bool unique) const override {
+        return std::string(unique ? "CREATE UNIQUE INDEX" : "CREATE INDEX") + " IF NOT EXISTS " +
+               lower(name) + " ON " + lower(table) + " (" + lower(columns) + ")";
     }
 
     std::string tableExistsQuery() const override {
@@ -102,6 +102,7 @@ class PostgresDdl : public SchemaDdl {
         // The bodies are checked when first called, so creating them needs no particular table order.
         std::vector<std::string> out{"SET LOCAL check_function_bodies = off"};
         for (std::string& s : postgresProcedures()) out.push_back(std::move(s));
+        for (std::string& s : postgresJobFunctions()) out.push_back(std::move(s));
         return out;
     }
 };
