@@ -10,10 +10,12 @@
 #include <cerrno>
 #include <charconv>
 #include <cstdarg>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <ctime>
+#include <memory>
 #include <mutex>
 
 namespace {
@@ -155,55 +157,89 @@ void flushLocked(Sink& s) {
     s.buffer.clear();
 }
 
-void appendEscaped(std::string& out, const char* text, size_t size) {
-    const char* run = text;
-    const char* end = text + size;
-    for (const char* p = text; p < end; ++p) {
-        unsigned char c = static_cast<unsigned char>(*p);
-        if (c >= 0x20 && c != 0x7f) continue;
-        out.append(run, p);
-        char esc[5] = {'\\', 0, 0, 0, 0};
-        if (c == '\n') {
-            esc[1] = 'n';
-        } else if (c == '\r') {
-            esc[1] = 'r';
-        } else if (c == '\t') {
-            esc[1] = 't';
-        } else {
-            static const char kHex[] = "0123456789abcdef";
-            esc[1] = 'x';
-            esc[2] = kHex[c >> 4];
-            esc[3] = kHex[c & 15];
-        }
-        out.append(esc);
-        run = p + 1;
+// The first byte in [p, stop) below 0x20 or equal to 0x7f, or stop. Eight bytes are tested at a time,
+// since nearly every traced text has none.
+const char* nextControl(const char* p, const char* stop) {
+    constexpr uint64_t kOnes = 0x0101010101010101ULL, kHigh = 0x8080808080808080ULL;
+    for (; stop - p >= 8; p += 8) {
+        uint64_t x;
+        std::memcpy(&x, p, 8);
+        uint64_t del = x ^ (0x7f * kOnes);
+        // A byte below 0x20 (or a DEL) sets its high bit here; bytes of 0x80 and above are masked out.
+        uint64_t hit = ((x - 0x20 * kOnes) | (del - kOnes)) & ~x & kHigh;
+        if (hit) break;
     }
-    out.append(run, end);
+    for (; p < stop; ++p) {
+        unsigned char c = static_cast<unsigned char>(*p);
+        if (c < 0x20 || c == 0x7f) return p;
+    }
+    return stop;
 }
 
-template <class T>
-void appendNumber(std::string& out, T value) {
-    char digits[24];
-    auto r = std::to_chars(digits, digits + sizeof digits, value);
-    out.append(digits, r.ptr);
-}
+// A line is built in a fixed per-thread array with plain stores: no allocation, one pass per field.
+class LineWriter {
+  public:
+    LineWriter(char* data, size_t room) : p_(data), end_(data + room) {}
+    void put(const char* text, size_t size) {
+        if (size > static_cast<size_t>(end_ - p_)) size = static_cast<size_t>(end_ - p_);
+        std::memcpy(p_, text, size);
+        p_ += size;
+    }
+    void put(char c) {
+        if (p_ < end_) *p_++ = c;
+    }
+    template <class T>
+    void number(T value) {
+        p_ = std::to_chars(p_, end_, value).ptr;
+    }
+    // Control characters become \n, \r, \t or \xNN; runs without them are copied whole.
+    void escaped(const char* text, size_t size) {
+        const char* run = text;
+        const char* stop = text + size;
+        const char* q = text;
+        while (q < stop) {
+            q = nextControl(q, stop);
+            if (q == stop) break;
+            unsigned char c = static_cast<unsigned char>(*q);
+            put(run, static_cast<size_t>(q - run));
+            static const char kHex[] = "0123456789abcdef";
+            char esc[4] = {'\\', 'x', kHex[c >> 4], kHex[c & 15]};
+            size_t n = 4;
+            if (c == '\n' || c == '\r' || c == '\t') {
+                esc[1] = c == '\n' ? 'n' : c == '\r' ? 'r' : 't';
+                n = 2;
+            }
+            put(esc, n);
+            run = ++q;
+        }
+        put(run, static_cast<size_t>(stop - run));
+    }
+    char* position() const { return p_; }
 
-// The part of a line before the pid: the local time to the second and the UTC offset, cached per thread
-// for the current second.
+  private:
+    char* p_;
+    char* end_;
+};
+
+// What a line starts with that changes at most once a second or once per thread: the local time to
+// the second, the UTC offset, and " <pid> <tid> L".
 struct ThreadStamp {
     time_t second = -1;
     char date[24];   // "2026-11-21T14:10:13"
     char offset[8];  // "+01:00"
-    long tid = 0;
+    char ids[48];    // " 4242 4243 L"
+    size_t idsLength = 0;
     int generation = -1;
 };
 
-void appendHead(std::string& out, const timespec& ts, int level, long long jobId) {
+const ThreadStamp& stampFor(const timespec& ts) {
     thread_local ThreadStamp stamp;
     int generation = gForkGeneration.load(std::memory_order_relaxed);
     if (stamp.generation != generation) {
         stamp.generation = generation;
-        stamp.tid = static_cast<long>(syscall(SYS_gettid));
+        int n = std::snprintf(stamp.ids, sizeof stamp.ids, " %d %ld L", static_cast<int>(getpid()),
+                              static_cast<long>(syscall(SYS_gettid)));
+        stamp.idsLength = n > 0 ? static_cast<size_t>(n) : 0;
     }
     if (stamp.second != ts.tv_sec) {
         tm t;
@@ -220,40 +256,45 @@ void appendHead(std::string& out, const timespec& ts, int level, long long jobId
         std::memcpy(stamp.offset, text, sizeof text);
         stamp.second = ts.tv_sec;
     }
-    out.append(stamp.date);
-    char micro[8] = {'.', '0', '0', '0', '0', '0', '0', 0};
-    long us = ts.tv_nsec / 1000;
-    for (int i = 6; i >= 1; --i, us /= 10) micro[i] = static_cast<char>('0' + us % 10);
-    out.append(micro, 7);
-    out.append(stamp.offset);
-    out += ' ';
-    appendNumber(out, static_cast<int>(getpid()));
-    out += ' ';
-    appendNumber(out, stamp.tid);
-    out.append(" L", 2);
-    appendNumber(out, level);
-    out += ' ';
-    if (jobId >= 0)
-        appendNumber(out, jobId);
-    else
-        out += '-';
-    out += ' ';
+    return stamp;
 }
 
-void appendLine(std::string& out, const timespec& ts, int level, long long jobId, const char* name,
-                const char* text, size_t size) {
-    appendHead(out, ts, level, jobId);
-    appendEscaped(out, name, std::strlen(name));
-    out.append(": ", 2);
-    appendEscaped(out, text, size);
-    out += '\n';
+// Writes the file line into [data, data + room) and returns its length (cut at room, newline kept).
+size_t writeLine(char* data, size_t room, const timespec& ts, int level, long long jobId, const char* name,
+                 const char* text, size_t size) {
+    const ThreadStamp& stamp = stampFor(ts);
+    LineWriter w(data, room - 1);
+    w.put(stamp.date, 19);
+    char micro[7] = {'.', '0', '0', '0', '0', '0', '0'};
+    long us = ts.tv_nsec / 1000;
+    for (int i = 6; i >= 1; --i, us /= 10) micro[i] = static_cast<char>('0' + us % 10);
+    w.put(micro, 7);
+    w.put(stamp.offset, 6);
+    w.put(stamp.ids, stamp.idsLength);
+    w.number(level);
+    w.put(' ');
+    if (jobId >= 0)
+        w.number(jobId);
+    else
+        w.put('-');
+    w.put(' ');
+    w.escaped(name, std::strlen(name));
+    w.put(": ", 2);
+    w.escaped(text, size);
+    char* end = w.position();
+    *end++ = '\n';
+    return static_cast<size_t>(end - data);
 }
+
+// The longest line kept whole: a longer one (a text over about 16 KiB, escapes counted) is cut.
+constexpr size_t kLineRoom = 64 * 1024;
 
 void emit(int level, long long jobId, const char* name, const char* format, va_list ap) {
     Sink& s = sink();
     if (!name) name = "";
     // The text is formatted once, into a per-thread buffer that grows only for long texts.
     thread_local std::string text(1024, '\0');
+    thread_local std::unique_ptr<char[]> line(new char[kLineRoom]);
     va_list copy;
     va_copy(copy, ap);
     int n = std::vsnprintf(&text[0], text.size(), format, copy);
@@ -265,13 +306,15 @@ void emit(int level, long long jobId, const char* name, const char* format, va_l
     }
     timespec ts;
     long long now = nowNs(ts);
+    size_t length =
+        writeLine(line.get(), kLineRoom, ts, level, jobId, name, text.data(), static_cast<size_t>(n));
     std::lock_guard<std::mutex> lock(s.mu);
     openLocked(s);
     if (s.capture) s.capture->push_back(EvTraceLine{level, jobId, name, std::string(text.data(), n)});
     if (!s.toStderr && s.fd < 0) return;
     if (level > s.level.load(std::memory_order_relaxed)) return;  // a fallback lowered the level
     if (s.buffer.empty()) s.oldestBufferedNs = now;
-    appendLine(s.buffer, ts, level, jobId, name, text.data(), static_cast<size_t>(n));
+    s.buffer.append(line.get(), length);
     if (level <= EvDebug::kDebugLevel || s.buffer.size() >= kFlushBytes ||
         now - s.oldestBufferedNs >= kFlushIntervalNs)
         flushLocked(s);
@@ -365,8 +408,9 @@ void flush() {
 void formatLine(const EvTraceLine& line, std::string& out) {
     timespec ts;
     nowNs(ts);
-    out.clear();
-    appendLine(out, ts, line.level, line.jobId, line.name.c_str(), line.text.data(), line.text.size());
+    out.resize(line.name.size() * 4 + line.text.size() * 4 + 128);
+    out.resize(writeLine(&out[0], out.size(), ts, line.level, line.jobId, line.name.c_str(), line.text.data(),
+                         line.text.size()));
 }
 
 Capture::Capture(int lvl) : savedLevel_(sink().level) {
