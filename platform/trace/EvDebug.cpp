@@ -38,6 +38,7 @@ struct Sink {
     long long maxBytes = kDefaultMaxBytes;
     int keep = kDefaultKeep;
     std::vector<EvTraceLine>* capture = nullptr;  // guarded by mu
+    std::atomic<bool> capturing{false};
 };
 
 std::atomic<int> gForkGeneration{0};
@@ -214,6 +215,49 @@ class LineWriter {
         }
         put(run, static_cast<size_t>(stop - run));
     }
+    // `format` with the arguments in `ap`; only formats that plainConversions accepts.
+    void formatted(const char* format, va_list ap) {
+        const char* run = format;
+        for (const char* q = std::strchr(format, '%'); q; q = std::strchr(q + 1, '%')) {
+            escaped(run, static_cast<size_t>(q - run));
+            int longs = 0;
+            while (*++q == 'l') ++longs;
+            switch (*q) {
+                case 'd':
+                case 'i':
+                    if (longs == 0)
+                        number(va_arg(ap, int));
+                    else if (longs == 1)
+                        number(va_arg(ap, long));
+                    else
+                        number(va_arg(ap, long long));
+                    break;
+                case 'u':
+                    if (longs == 0)
+                        number(va_arg(ap, unsigned));
+                    else if (longs == 1)
+                        number(va_arg(ap, unsigned long));
+                    else
+                        number(va_arg(ap, unsigned long long));
+                    break;
+                case 's': {
+                    const char* text = va_arg(ap, const char*);
+                    if (!text) text = "(null)";
+                    escaped(text, std::strlen(text));
+                    break;
+                }
+                case 'c': {
+                    char c = static_cast<char>(va_arg(ap, int));
+                    escaped(&c, 1);
+                    break;
+                }
+                default:  // '%'
+                    put('%');
+            }
+            run = q + 1;
+        }
+        escaped(run, std::strlen(run));
+    }
     char* position() const { return p_; }
 
   private:
@@ -259,11 +303,9 @@ const ThreadStamp& stampFor(const timespec& ts) {
     return stamp;
 }
 
-// Writes the file line into [data, data + room) and returns its length (cut at room, newline kept).
-size_t writeLine(char* data, size_t room, const timespec& ts, int level, long long jobId, const char* name,
-                 const char* text, size_t size) {
+// Writes the line's head (time, pid, thread, level, job, name) into `w`.
+void writeHead(LineWriter& w, const timespec& ts, int level, long long jobId, const char* name) {
     const ThreadStamp& stamp = stampFor(ts);
-    LineWriter w(data, room - 1);
     w.put(stamp.date, 19);
     char micro[7] = {'.', '0', '0', '0', '0', '0', '0'};
     long us = ts.tv_nsec / 1000;
@@ -280,10 +322,42 @@ size_t writeLine(char* data, size_t room, const timespec& ts, int level, long lo
     w.put(' ');
     w.escaped(name, std::strlen(name));
     w.put(": ", 2);
+}
+
+// Writes the file line into [data, data + room) and returns its length (cut at room, newline kept).
+size_t writeLine(char* data, size_t room, const timespec& ts, int level, long long jobId, const char* name,
+                 const char* text, size_t size) {
+    LineWriter w(data, room - 1);
+    writeHead(w, ts, level, jobId, name);
     w.escaped(text, size);
     char* end = w.position();
     *end++ = '\n';
     return static_cast<size_t>(end - data);
+}
+
+// As writeLine, formatting `format` (plain conversions only) in the same pass.
+size_t writeFormattedLine(char* data, size_t room, const timespec& ts, int level, long long jobId,
+                          const char* name, const char* format, va_list ap) {
+    LineWriter w(data, room - 1);
+    writeHead(w, ts, level, jobId, name);
+    w.formatted(format, ap);
+    char* end = w.position();
+    *end++ = '\n';
+    return static_cast<size_t>(end - data);
+}
+
+// Whether every conversion of `format` is %d, %i, %u (with l or ll), %s, %c or %%: those are written
+// straight into the line with std::to_chars; any other (a width, a precision, %x, %f...) goes
+// through vsnprintf.
+bool plainConversions(const char* format) {
+    for (const char* q = std::strchr(format, '%'); q; q = std::strchr(q + 1, '%')) {
+        ++q;
+        if (*q == '%' || *q == 's' || *q == 'c') continue;
+        int longs = 0;
+        while (*q == 'l' && longs < 2) ++q, ++longs;
+        if (*q != 'd' && *q != 'i' && *q != 'u') return false;
+    }
+    return true;
 }
 
 // The longest line kept whole: a longer one (a text over about 16 KiB, escapes counted) is cut.
@@ -292,25 +366,33 @@ constexpr size_t kLineRoom = 64 * 1024;
 void emit(int level, long long jobId, const char* name, const char* format, va_list ap) {
     Sink& s = sink();
     if (!name) name = "";
-    // The text is formatted once, into a per-thread buffer that grows only for long texts.
-    thread_local std::string text(1024, '\0');
     thread_local std::unique_ptr<char[]> line(new char[kLineRoom]);
-    va_list copy;
-    va_copy(copy, ap);
-    int n = std::vsnprintf(&text[0], text.size(), format, copy);
-    va_end(copy);
-    if (n < 0) n = 0;
-    if (static_cast<size_t>(n) >= text.size()) {
-        text.resize(static_cast<size_t>(n) + 1);
-        std::vsnprintf(&text[0], text.size(), format, ap);
-    }
     timespec ts;
     long long now = nowNs(ts);
-    size_t length =
-        writeLine(line.get(), kLineRoom, ts, level, jobId, name, text.data(), static_cast<size_t>(n));
+    size_t length;
+    bool capturing = s.capturing.load(std::memory_order_relaxed);
+    // Captures keep the text apart from the line, so they take the vsnprintf road.
+    thread_local std::string text(1024, '\0');
+    int n = 0;
+    if (!capturing && plainConversions(format)) {
+        length = writeFormattedLine(line.get(), kLineRoom, ts, level, jobId, name, format, ap);
+    } else {
+        va_list copy;
+        va_copy(copy, ap);
+        n = std::vsnprintf(&text[0], text.size(), format, copy);
+        va_end(copy);
+        if (n < 0) n = 0;
+        if (static_cast<size_t>(n) >= text.size()) {
+            text.resize(static_cast<size_t>(n) + 1);
+            std::vsnprintf(&text[0], text.size(), format, ap);
+        }
+        length =
+            writeLine(line.get(), kLineRoom, ts, level, jobId, name, text.data(), static_cast<size_t>(n));
+    }
     std::lock_guard<std::mutex> lock(s.mu);
     openLocked(s);
-    if (s.capture) s.capture->push_back(EvTraceLine{level, jobId, name, std::string(text.data(), n)});
+    if (s.capture && capturing)
+        s.capture->push_back(EvTraceLine{level, jobId, name, std::string(text.data(), n)});
     if (!s.toStderr && s.fd < 0) return;
     if (level > s.level.load(std::memory_order_relaxed)) return;  // a fallback lowered the level
     if (s.buffer.empty()) s.oldestBufferedNs = now;
@@ -417,6 +499,7 @@ Capture::Capture(int lvl) : savedLevel_(sink().level) {
     Sink& s = sink();
     std::lock_guard<std::mutex> lock(s.mu);
     s.capture = new std::vector<EvTraceLine>;
+    s.capturing = true;
     s.level = lvl;
 }
 
@@ -425,6 +508,7 @@ Capture::~Capture() {
     std::lock_guard<std::mutex> lock(s.mu);
     delete s.capture;
     s.capture = nullptr;
+    s.capturing = false;
     s.level = savedLevel_;
 }
 

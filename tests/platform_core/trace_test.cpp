@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <cstring>
 #include <ctime>
 #include <filesystem>
 #include <fstream>
@@ -137,4 +138,27 @@ TEST(Trace, FilesRotateAtTheLimitKeepingTheCountGiven) {
     EXPECT_FALSE(older.empty());
     EXPECT_FALSE(oldest.empty());
     EXPECT_EQ(current.find("line 000"), std::string::npos);
+}
+
+TEST(Trace, FileTextMatchesPrintfForEveryConversionKind) {
+    auto path = tracePath("printf");
+    evtrace::setFile(path.string());
+    char expected[512];
+    std::snprintf(expected, sizeof expected, "%d %i %u %ld %lu %lld %llu [%s] %c %% %08x|%5s|%.2f",
+                  -2147483647 - 1, 42, 4294967295u, -9223372036854775807L - 1, 18446744073709551615UL,
+                  -9223372036854775807LL - 1, 18446744073709551615ULL, "text", 'z', 255u, "ab", 2.5);
+    EvDebug::Error("n", "%d %i %u %ld %lu %lld %llu [%s] %c %% %08x|%5s|%.2f", -2147483647 - 1, 42,
+                   4294967295u, -9223372036854775807L - 1, 18446744073709551615UL, -9223372036854775807LL - 1,
+                   18446744073709551615ULL, "text", 'z', 255u, "ab", 2.5);
+    EvDebug::Error("n", "%d %i %u %ld %lu %lld %llu [%s] %c %%", -2147483647 - 1, 42, 4294967295u,
+                   -9223372036854775807L - 1, 18446744073709551615UL, -9223372036854775807LL - 1,
+                   18446744073709551615ULL, "text", 'z');
+    evtrace::setFile("");
+    std::ifstream in(path);
+    std::string slow, fast;
+    ASSERT_TRUE(std::getline(in, slow) && std::getline(in, fast));
+    std::filesystem::remove(path);
+    EXPECT_EQ(slow.substr(slow.find(" n: ") + 4), expected);
+    std::string plain(expected, std::strstr(expected, " %") - expected + 2);
+    EXPECT_EQ(fast.substr(fast.find(" n: ") + 4), plain);
 }
