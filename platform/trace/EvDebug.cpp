@@ -215,13 +215,15 @@ class LineWriter {
         }
         put(run, static_cast<size_t>(stop - run));
     }
-    // `format` with the arguments in `ap`; only formats that plainConversions accepts.
-    void formatted(const char* format, va_list ap) {
+    // `format` with the arguments in `ap` when every conversion is %d, %i, %u (with l or ll), %s, %c or
+    // %%: those are written with std::to_chars. False at the first other one (a width, a precision, %x,
+    // %f...): the caller then formats with vsnprintf from a copy of the arguments.
+    bool formatted(const char* format, va_list ap) {
         const char* run = format;
         for (const char* q = std::strchr(format, '%'); q; q = std::strchr(q + 1, '%')) {
             escaped(run, static_cast<size_t>(q - run));
             int longs = 0;
-            while (*++q == 'l') ++longs;
+            while (*++q == 'l' && longs < 2) ++longs;
             switch (*q) {
                 case 'd':
                 case 'i':
@@ -240,23 +242,28 @@ class LineWriter {
                     else
                         number(va_arg(ap, unsigned long long));
                     break;
-                case 's': {
-                    const char* text = va_arg(ap, const char*);
-                    if (!text) text = "(null)";
-                    escaped(text, std::strlen(text));
+                case 's':
+                case 'c':
+                case '%':
+                    if (longs != 0) return false;
+                    if (*q == '%') {
+                        put('%');
+                    } else if (*q == 'c') {
+                        char c = static_cast<char>(va_arg(ap, int));
+                        escaped(&c, 1);
+                    } else {
+                        const char* text = va_arg(ap, const char*);
+                        if (!text) text = "(null)";
+                        escaped(text, std::strlen(text));
+                    }
                     break;
-                }
-                case 'c': {
-                    char c = static_cast<char>(va_arg(ap, int));
-                    escaped(&c, 1);
-                    break;
-                }
-                default:  // '%'
-                    put('%');
+                default:
+                    return false;
             }
             run = q + 1;
         }
         escaped(run, std::strlen(run));
+        return true;
     }
     char* position() const { return p_; }
 
@@ -335,29 +342,16 @@ size_t writeLine(char* data, size_t room, const timespec& ts, int level, long lo
     return static_cast<size_t>(end - data);
 }
 
-// As writeLine, formatting `format` (plain conversions only) in the same pass.
+// As writeLine, formatting `format` in the same pass; 0 when it has a conversion LineWriter::formatted
+// leaves to vsnprintf.
 size_t writeFormattedLine(char* data, size_t room, const timespec& ts, int level, long long jobId,
                           const char* name, const char* format, va_list ap) {
     LineWriter w(data, room - 1);
     writeHead(w, ts, level, jobId, name);
-    w.formatted(format, ap);
+    if (!w.formatted(format, ap)) return 0;
     char* end = w.position();
     *end++ = '\n';
     return static_cast<size_t>(end - data);
-}
-
-// Whether every conversion of `format` is %d, %i, %u (with l or ll), %s, %c or %%: those are written
-// straight into the line with std::to_chars; any other (a width, a precision, %x, %f...) goes
-// through vsnprintf.
-bool plainConversions(const char* format) {
-    for (const char* q = std::strchr(format, '%'); q; q = std::strchr(q + 1, '%')) {
-        ++q;
-        if (*q == '%' || *q == 's' || *q == 'c') continue;
-        int longs = 0;
-        while (*q == 'l' && longs < 2) ++q, ++longs;
-        if (*q != 'd' && *q != 'i' && *q != 'u') return false;
-    }
-    return true;
 }
 
 // The longest line kept whole: a longer one (a text over about 16 KiB, escapes counted) is cut.
@@ -369,26 +363,28 @@ void emit(int level, long long jobId, const char* name, const char* format, va_l
     thread_local std::unique_ptr<char[]> line(new char[kLineRoom]);
     timespec ts;
     long long now = nowNs(ts);
-    size_t length;
+    size_t length = 0;
     bool capturing = s.capturing.load(std::memory_order_relaxed);
     // Captures keep the text apart from the line, so they take the vsnprintf road.
     thread_local std::string text(1024, '\0');
     int n = 0;
-    if (!capturing && plainConversions(format)) {
-        length = writeFormattedLine(line.get(), kLineRoom, ts, level, jobId, name, format, ap);
-    } else {
-        va_list copy;
-        va_copy(copy, ap);
-        n = std::vsnprintf(&text[0], text.size(), format, copy);
-        va_end(copy);
+    va_list copy;
+    va_copy(copy, ap);
+    if (!capturing) length = writeFormattedLine(line.get(), kLineRoom, ts, level, jobId, name, format, ap);
+    if (length == 0) {
+        va_list again;
+        va_copy(again, copy);
+        n = std::vsnprintf(&text[0], text.size(), format, again);
+        va_end(again);
         if (n < 0) n = 0;
         if (static_cast<size_t>(n) >= text.size()) {
             text.resize(static_cast<size_t>(n) + 1);
-            std::vsnprintf(&text[0], text.size(), format, ap);
+            std::vsnprintf(&text[0], text.size(), format, copy);
         }
         length =
             writeLine(line.get(), kLineRoom, ts, level, jobId, name, text.data(), static_cast<size_t>(n));
     }
+    va_end(copy);
     std::lock_guard<std::mutex> lock(s.mu);
     openLocked(s);
     if (s.capture && capturing)
