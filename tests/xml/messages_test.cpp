@@ -121,8 +121,8 @@ INSTANTIATE_TEST_SUITE_P(
     ::testing::Values(
         BadDocument{"<TMMsg_TaskOperationReq taskOperation=\"5\"", "malformed XML"},
         BadDocument{"", "malformed XML"},
-        BadDocument{"<TMMsg_GenericResp/>",
-                    "expected root element TMMsg_TaskOperationReq, found TMMsg_GenericResp"},
+        BadDocument{"<TMMsg_TaskManagerResp/>",
+                    "expected root element TMMsg_TaskOperationReq, found TMMsg_TaskManagerResp"},
         BadDocument{"<TMMsg_TaskOperationReq/><TMMsg_TaskOperationReq/>", "more than one root"},
         BadDocument{"<TMMsg_TaskOperationReq taskOperation=\"5x\"/>",
                     "TMMsg_TaskOperationReq/@taskOperation"},
@@ -150,8 +150,22 @@ TEST(Unserialize, RefusesAListOrElementsWhereOneValueBelongs) {
     EXPECT_NE(task.unserialize(static_cast<const char*>(nullptr)), 0);
 }
 
+TEST(Unserialize, OneTaskManagerReplyReadsAsStatusAndAsJobIds) {
+    const char* reply =
+        "<TMMsg_TaskManagerResp errorCode=\"0\" errorMessage=\"\"><jobId>12</jobId><jobId>4294967297</jobId>"
+        "</TMMsg_TaskManagerResp>";
+    TMMsg::GenericResp generic;
+    ASSERT_EQ(generic.unserialize(reply), 0) << generic.errorText();
+    EXPECT_TRUE(generic.hasStatus());
+    EXPECT_EQ(generic.status(), 0);
+    EXPECT_TRUE(generic.hasErrorMessage());
+    TMMsg::CreateTaskResp created;
+    ASSERT_EQ(created.unserialize(reply), 0) << created.errorText();
+    EXPECT_EQ(created.jobIds(), (std::vector<std::string>{"12", "4294967297"}));
+}
+
 TEST(Unserialize, ReadsOnlyTheGivenBytes) {
-    const std::string doc = "<TMMsg_GenericResp errorCode=\"12\"/>trailing";
+    const std::string doc = "<TMMsg_TaskManagerResp errorCode=\"12\"/>trailing";
     TMMsg::GenericResp resp;
     ASSERT_EQ(resp.unserialize(doc.data(), doc.find("trailing")), 0) << resp.errorText();
     EXPECT_EQ(resp.status(), 12);
