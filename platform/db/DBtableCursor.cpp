@@ -3,6 +3,7 @@
 #include "platform/db/DBerrors.h"
 #include "platform/db/DBtableImpl.h"
 #include "platform/db/DBtran.h"
+#include "platform/db/NativeProcedures.h"
 #include "platform/trace/EvDebug.h"
 
 namespace {
@@ -32,7 +33,9 @@ int DBtable::openCursor() {
     if (m.kind == kProcedure) {
         code = m.inputParams(params);
         if (code == 0) {
-            m.stmt = conn->prepareProcedure(m.name, static_cast<int>(params.size()), e);
+            m.stmt = dbl::prepareNativeProcedure(*conn, m.name, static_cast<int>(params.size()), e);
+            if (!m.stmt && e.code == 0)
+                m.stmt = conn->prepareProcedure(m.name, static_cast<int>(params.size()), e);
             if (m.stmt) dbl::bindParams(*m.stmt, params);
         }
     } else {
