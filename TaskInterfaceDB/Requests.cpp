@@ -3,8 +3,6 @@
 // the request; getAutomaticSchedulePattern cuts the automatic pattern out of a task's XML option;
 // GetUpdateInfo fills clients' update flags from their baseline status.
 #include <cstdlib>
-#include <pugixml.hpp>
-#include <sstream>
 
 #include "Db/Proc/EntityNameToIdConverter.h"
 #include "Db/Proc/GetBaseLineStatus.h"
@@ -12,6 +10,7 @@
 #include "TaskInterfaceDB/TaskInterfaceDB.h"
 #include "db/Wrappers.h"
 #include "platform/taskmgr/TaskManager.h"
+#include "platform/xml/Messages.h"
 
 namespace {
 
@@ -20,59 +19,6 @@ constexpr unsigned long KO_MSG_TASK_OPERATION = 215600124;
 constexpr int KO_XML_INIT_FAILED = 0xB0001;
 constexpr int KO_XML_PARSE_FAILED = 0xB0002;
 constexpr int KO_XML_SERIALIZE_FAILED = 0xB0008;
-
-// ---- the task manager's messages
-
-std::string print(const pugi::xml_node& node) {
-    std::ostringstream out;
-    node.print(out, "", pugi::format_raw);
-    return out.str();
-}
-
-struct GenericResp {
-    bool hasStatus = false, hasError = false;
-    long long status = 0;
-    std::string error;
-    bool parse(const std::string& xml) {
-        pugi::xml_document doc;
-        if (!doc.load_string(xml.c_str()) || !doc.document_element()) return false;
-        pugi::xml_node root = doc.document_element();
-        if (pugi::xml_attribute a = root.attribute("errorCode")) {
-            hasStatus = true;
-            status = a.as_llong();
-        }
-        if (pugi::xml_attribute a = root.attribute("errorMessage")) {
-            hasError = true;
-            error = a.value();
-        }
-        return true;
-    }
-};
-
-struct CreateTaskResp {
-    std::vector<std::string> jobIds;
-    bool parse(const std::string& xml) {
-        pugi::xml_document doc;
-        if (!doc.load_string(xml.c_str()) || !doc.document_element()) return false;
-        for (pugi::xml_node j : doc.document_element().children("jobIds"))
-            jobIds.push_back(j.attribute("val").value());
-        return true;
-    }
-};
-
-bool serializeRun(const std::vector<Sched_SubTask>& subTasks, std::string& xml) {
-    pugi::xml_document doc;
-    pugi::xml_node root = doc.append_child("TMMsg_TaskOperationReq");
-    root.append_attribute("taskOperation") = 5;
-    root.append_attribute("initiatedFrom") = 5;
-    for (const Sched_SubTask& s : subTasks) {
-        pugi::xml_node e = root.append_child("subtasks");
-        e.append_attribute("subtaskId") = s.subTaskId;
-        e.append_attribute("taskId") = s.taskId;
-    }
-    xml = print(root);
-    return true;
-}
 
 }  // namespace
 
@@ -115,20 +61,20 @@ int TaskInterfaceDB::TaskRequest(std::string& xml, std::list<long long>& jobIds,
         EvDebug::Error(name, "Error controlling task manager system. Error [%s]",
                        EvTaskMgr::getErrorString().c_str());
     } else {
-        GenericResp generic;
-        if (!generic.parse(xml)) {
+        TMMsg::GenericResp generic;
+        if (generic.unserialize(xml) != 0) {
             EvDebug::Error(name, "Unable to un-serialize GenericResp XML");
         } else {
-            if (generic.hasStatus) result = static_cast<int>(generic.status);
-            if (generic.hasError) err = generic.error;
+            if (generic.hasStatus()) result = static_cast<int>(generic.status());
+            if (generic.hasErrorMessage()) err = generic.errorMessage();
             if (messageType == KO_MSG_CREATE_TASK || messageType == KO_MSG_TASK_OPERATION) {
-                CreateTaskResp created;
+                TMMsg::CreateTaskResp created;
                 if (result != 0) {
                     EvDebug::Error(name, "TaskRequest returned error [%s]", err.c_str());
-                } else if (!created.parse(xml)) {
+                } else if (created.unserialize(xml) != 0) {
                     EvDebug::Error(name, "Unable to un-serialize CreateTaskResp XML");
                 } else {
-                    for (const std::string& id : created.jobIds) {
+                    for (const std::string& id : created.jobIds()) {
                         // A 32-bit conversion, kept as the job manager has always read these ids.
                         long long jobId = std::atoi(id.c_str());
                         jobIds.push_back(jobId);
@@ -163,8 +109,16 @@ int TaskInterfaceDB::runTasks(std::vector<Sched_SubTask>& subTasks, std::list<lo
     const char* name = "EvTask::runTask";
     EvEvent event(name);
     if (subTasks.empty()) return 0;
+    TMMsg::TaskOperationReq request;
+    for (const Sched_SubTask& s : subTasks) {
+        KoEntities::SubtaskEntity& entity = request.mutableSubTasks().add();
+        entity.setTaskId(static_cast<int>(s.taskId));
+        entity.setSubtaskId(static_cast<int>(s.subTaskId));
+    }
+    request.setInitiatedFrom(5);
+    request.setTaskOperationType(5);
     std::string xml;
-    if (!serializeRun(subTasks, xml)) {
+    if (request.serialize(xml) != 0) {
         EvDebug::Error(name, "Unable to serialize TMMsg::TaskOperationReq");
         return KO_XML_SERIALIZE_FAILED;
     }
@@ -183,16 +137,22 @@ int TaskInterfaceDB::getAutomaticSchedulePattern(_TaskInfo& info, std::string& e
         EvDebug::Error(name, "Unable to retrieve XML option, Error [%d]", rc);
         return rc;
     }
-    pugi::xml_document doc;
-    if (!doc.load_string(info.xmlOptions.c_str()) || !doc.document_element()) {
+    if (CNMessageBase::Initialize() != 0) {
+        EvDebug::Error(name, "Could not initialize TMMsg::JobOption");
+        err = "XML Message initilization failed";
+        return KO_XML_INIT_FAILED;
+    }
+    TMMsg::JobOption option;
+    if (option.unserialize(info.xmlOptions) != 0) {
         EvDebug::Error(name, "Could not unserialize TMMsg::JobOption");
         err = "XML Message unserilization failed";
         return KO_XML_PARSE_FAILED;
     }
-    pugi::xml_node pattern = doc.document_element().find_node(
-        [](const pugi::xml_node& n) { return std::string(n.name()) == "automaticSchedulePattern"; });
-    info.xmlOptions = pattern ? print(pattern) : "<automaticSchedulePattern/>";
-    (void)KO_XML_INIT_FAILED;
+    // An option without a pattern gives the empty pattern.
+    if (option.scheduling().automaticSchedulePattern().serialize(info.xmlOptions) != 0) {
+        EvDebug::Error(name, "Could not serialize TMMsg::AutomaticSchedulePattern");
+        return KO_XML_SERIALIZE_FAILED;
+    }
     return 0;
 }
 

@@ -15,11 +15,21 @@ namespace {
 struct NameToId {
     const char* nameAttribute;
     const char* idAttribute;
-    const char* lookup;  // one '?' marker: the name
+    const char* lookup;          // one '?' marker: the name
+    const char* lookupInClient;  // the name, then the element's client id; null: names are global
 };
 
+// Clients first: the names of subclients, instances and backup sets are looked up within the
+// element's client when it has one. No literal in these texts: the backend would bind it first.
 const NameToId kNames[] = {
-    {"taskName", "taskId", "SELECT MIN(taskId) FROM TM_Task WHERE taskName = ?"},
+    {"clientName", "clientId", "SELECT MIN(id) FROM APP_Client WHERE name = ?", nullptr},
+    {"subclientName", "subclientId", "SELECT MIN(id) FROM APP_Application WHERE subclientName = ?",
+     "SELECT MIN(id) FROM APP_Application WHERE subclientName = ? AND clientId = ?"},
+    {"instanceName", "instanceId", "SELECT MIN(id) FROM APP_InstanceName WHERE name = ?",
+     "SELECT MIN(id) FROM APP_InstanceName WHERE name = ? AND clientId = ?"},
+    {"backupsetName", "backupsetId", "SELECT MIN(id) FROM APP_BackupSetName WHERE name = ?",
+     "SELECT MIN(id) FROM APP_BackupSetName WHERE name = ? AND clientId = ?"},
+    {"taskName", "taskId", "SELECT MIN(taskId) FROM TM_Task WHERE taskName = ?", nullptr},
 };
 
 // One row of one text column, computed at the first step from the bound arguments.
@@ -56,11 +66,15 @@ class ComputedStatement : public Statement {
 };
 
 // The id of `name` by `sql`: 0 with *id (0 when unknown), or the look-up's failure.
-int lookupId(Connection& conn, const char* sql, const std::string& name, long long* id, Error& err) {
+int lookupId(Connection& conn, const NameToId& n, const std::string& name, long long clientId, long long* id,
+             Error& err) {
+    bool inClient = n.lookupInClient && clientId > 0;
     std::vector<Param> params;
-    StatementPtr st = conn.prepare(sql, params, err);
+    StatementPtr st = conn.prepare(inClient ? n.lookupInClient : n.lookup, params, err);
     if (!st) return err.code ? err.code : DB_ERR_NO_STATEMENT;
-    st->bindText(bindParams(*st, params), name);
+    int next = bindParams(*st, params);
+    st->bindText(next, name);
+    if (inClient) st->bindInt64(next + 1, clientId);
     int rc = st->step(err);
     *id = rc == 0 && !st->columnIsNull(0) ? st->columnInt64(0) : 0;
     return rc == 100 ? 0 : rc;
@@ -84,7 +98,8 @@ int entityNameToId(Connection& conn, const std::string& xml, std::string& out, E
             pugi::xml_attribute id = node.attribute(n.idAttribute);
             if (!name || !*name.value() || (id && *id.value() && std::strcmp(id.value(), "0") != 0)) continue;
             long long found = 0;
-            if (int rc = lookupId(conn, n.lookup, name.value(), &found, err)) return rc;
+            if (int rc = lookupId(conn, n, name.value(), node.attribute("clientId").as_llong(), &found, err))
+                return rc;
             if (found == 0) continue;
             if (!id) id = node.append_attribute(n.idAttribute);
             id.set_value(found);

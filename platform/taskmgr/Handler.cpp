@@ -3,6 +3,7 @@
 // Requests are checked as they are written; the first refusal rolls everything back.
 #include "platform/taskmgr/Handler.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cstring>
 #include <ctime>
@@ -35,14 +36,22 @@ bool parseInt(const char* text, long long& out) {
     return ec == std::errc() && p == end && p != text;
 }
 
-// An integer attribute: `fallback` when absent; a refusal when present but not a number.
+// A value of the message: the attribute `name`, else the text of the child element `name` (messages
+// write some scalars as elements); null when neither is there.
+const char* valueOf(const pugi::xml_node& node, const char* name) {
+    if (pugi::xml_attribute a = node.attribute(name)) return a.value();
+    if (pugi::xml_node c = node.child(name)) return c.text().get();
+    return nullptr;
+}
+
+// An integer value: `fallback` when absent; a refusal when present but not a number.
 long long intAttr(const pugi::xml_node& node, const char* name, long long fallback) {
-    pugi::xml_attribute a = node.attribute(name);
+    const char* a = valueOf(node, name);
     if (!a) return fallback;
     long long v = 0;
-    if (!parseInt(a.value(), v))
-        throw Failure{KO_TASKMGR_BAD_REQUEST, std::string("value [") + a.value() + "] of " + node.name() +
-                                                  "/@" + name + " is not a number"};
+    if (!parseInt(a, v))
+        throw Failure{KO_TASKMGR_BAD_REQUEST,
+                      std::string("value [") + a + "] of " + node.name() + "/@" + name + " is not a number"};
     return v;
 }
 
@@ -82,10 +91,10 @@ class Writer {
             if (std::strcmp(c.name, t.identity) == 0) continue;
             bool isFixed = false;
             for (const auto& f : fixed) isFixed = isFixed || std::strcmp(f.first, c.name) == 0;
-            pugi::xml_attribute a = node.attribute(c.name);
+            const char* a = valueOf(node, c.name);
             if (isFixed || !a) continue;
             if (c.letter == 's' || c.letter == 'u' || c.letter == 't') {
-                std::string v = a.value();
+                std::string v = a;
                 if (c.width > 0 && v.size() >= static_cast<size_t>(c.width))
                     throw Failure{KO_TASKMGR_BAD_REQUEST, std::string(table) + "." + c.name +
                                                               " holds at most " +
@@ -202,9 +211,14 @@ class Runner {
              {"subOperationType", textValue(s.subOperationType)}});
     }
 
-    void job(const Subtask& s, const Entity&, long long requestId) {
+    void job(const Subtask& s, const Entity& e, long long requestId) {
         if (m_nextJobId == 0) {
-            m_nextJobId = m_w.rows("SELECT MAX(jobId) FROM TM_Jobs", {})[0][0] + 1;
+            // After every job the store knows of, queued or running.
+            m_nextJobId = std::max(m_w.rows("SELECT MAX(jobId) FROM TM_Jobs", {})[0][0],
+                                   m_w.rows("SELECT MAX(jobId) FROM SRV_RunningJob", {})[0][0]) +
+                          1;
+            auto local = m_w.rows("SELECT MIN(id) FROM APP_Orbis WHERE isLocal = ?", {intValue(1)});
+            m_orbisId = local.empty() ? 0 : local[0][0];
         }
         long long jobId = m_nextJobId++;
         m_w.exec(
@@ -218,6 +232,13 @@ class Runner {
                 "modified) VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?)",
                 {intValue(jobId), intValue(o.optionId), intValue(0), textValue(o.value), intValue(s.taskId),
                  intValue(s.subTaskId), intValue(0), intValue(m_w.now()), intValue(0)});
+        m_w.exec(
+            "INSERT INTO SRV_RunningJob (jobId, orbisId, clientId, subclientId, appTypeId, opType, "
+            "backupLevel, "
+            "status, startTime) VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?)",
+            {intValue(jobId), intValue(m_orbisId), intValue(e.clientId), intValue(e.subclientId),
+             intValue(e.apptypeId), intValue(s.operationType), intValue(0), intValue(0),
+             intValue(m_w.now())});
         m_jobIds.push_back(jobId);
     }
 
@@ -226,6 +247,7 @@ class Runner {
     std::vector<OptionValue> m_options;
     std::vector<long long> m_jobIds;
     long long m_nextJobId = 0;
+    long long m_orbisId = 0;
 };
 
 // ---- the two messages
@@ -250,35 +272,47 @@ Entity readEntity(const pugi::xml_node& n) {
     return e;
 }
 
+// The entity, when its client and subclient exist.
+const Entity& checkEntity(Writer& w, const Entity& e) {
+    if (e.clientId > 0 && w.rows("SELECT id FROM APP_Client WHERE id = ?", {intValue(e.clientId)}).empty())
+        throw Failure{KO_TASKMGR_NOT_FOUND, "client " + std::to_string(e.clientId) + " does not exist"};
+    if (e.subclientId > 0 &&
+        w.rows("SELECT id FROM APP_Application WHERE id = ?", {intValue(e.subclientId)}).empty())
+        throw Failure{KO_TASKMGR_NOT_FOUND, "subclient " + std::to_string(e.subclientId) + " does not exist"};
+    return e;
+}
+
 std::string createTask(Writer& w, const pugi::xml_node& root) {
     pugi::xml_node task = root.child("task");
-    if (!task || !*task.attribute("taskName").value())
+    if (!task || !valueOf(task, "taskName") || !*valueOf(task, "taskName"))
         throw Failure{KO_TASKMGR_BAD_REQUEST, "the request names no task (task/@taskName)"};
-    if (!root.child("subTasks")) throw Failure{KO_TASKMGR_BAD_REQUEST, "the task has no subtask (subTasks)"};
+    if (!root.child("subTask")) throw Failure{KO_TASKMGR_BAD_REQUEST, "the task has no subtask (subTask)"};
     long long taskId =
         w.insertRow("TM_Task", task,
                     {{"created", intValue(w.now())},
                      {"ownerId", intValue(intAttr(task, "ownerId", w.request().userId))},
                      {"localeId", intValue(static_cast<long long>(w.request().localeId))},
                      {"sequenceNumber", textValue(std::to_string(w.request().sequenceNumber))}});
-    for (pugi::xml_node a : root.children("associations"))
+    for (pugi::xml_node a : root.children("association")) {
+        checkEntity(w, readEntity(a));
         w.insertRow("TM_AssocEntity", a, {{"taskId", intValue(taskId)}, {"created", intValue(w.now())}});
+    }
 
     std::vector<Subtask> subtasks;
-    for (pugi::xml_node st : root.children("subTasks")) {
+    for (pugi::xml_node st : root.children("subTask")) {
         Subtask s;
         s.taskId = taskId;
         s.subTaskType = intAttr(st, "subTaskType", 0);
         s.operationType = intAttr(st, "operationType", 0);
-        s.subOperationType = st.attribute("subOperationType").value();
+        s.subOperationType = valueOf(st, "subOperationType") ? valueOf(st, "subOperationType") : "";
         s.subTaskId = w.insertRow("TM_SubTask", st, {{"taskId", intValue(taskId)}});
         for (pugi::xml_node p : st.children("pattern")) {
             long long patternId = w.insertRow("TM_Pattern", p, {{"created", intValue(w.now())}});
             w.exec("INSERT INTO TM_PatternAssoc (patternId, subTaskId) VALUES (?, ?)",
                    {intValue(patternId), intValue(s.subTaskId)});
         }
-        for (pugi::xml_node o : st.children("options")) {
-            if (!o.attribute("optionId"))
+        for (pugi::xml_node o : st.children("option")) {
+            if (!valueOf(o, "optionId"))
                 throw Failure{KO_TASKMGR_BAD_REQUEST, "an option of subtask [" +
                                                           std::string(st.attribute("subTaskName").value()) +
                                                           "] has no optionId"};
@@ -293,9 +327,15 @@ std::string createTask(Writer& w, const pugi::xml_node& root) {
         subtasks.push_back(s);
     }
 
+    // One run flag per subtask, in subtask order.
     Runner runner(w, kRunOperation, intAttr(task, "initiatedFrom", 0), {});
-    if (intAttr(root, "runNow", 0) != 0)
-        for (const Subtask& s : subtasks) runner.run(s, {});
+    size_t i = 0;
+    for (pugi::xml_node flag : root.children("runNow")) {
+        long long v = 0;
+        if (!parseInt(flag.text().get(), v)) throw Failure{KO_TASKMGR_BAD_REQUEST, "runNow is not a number"};
+        if (i < subtasks.size() && v != 0) runner.run(subtasks[i], {});
+        ++i;
+    }
     w.commit();
     return replyXml(0, "", taskId, runner.jobIds());
 }
@@ -303,14 +343,14 @@ std::string createTask(Writer& w, const pugi::xml_node& root) {
 std::string taskOperation(Writer& w, const pugi::xml_node& root) {
     long long opType = intAttr(root, "taskOperation", 0);
     std::vector<OptionValue> options;
-    for (pugi::xml_node f : root.child("options").children("optionFilters")) {
+    for (pugi::xml_node f : root.child("options").children("option")) {
         if (!f.attribute("optionId"))
             throw Failure{KO_TASKMGR_BAD_REQUEST, "an option filter has no optionId"};
         options.push_back({intAttr(f, "optionId", 0), f.attribute("value").value()});
     }
     Runner runner(w, opType, intAttr(root, "initiatedFrom", 0), std::move(options));
     bool any = false;
-    for (pugi::xml_node st : root.children("subtasks")) {
+    for (pugi::xml_node st : root.children("subTask")) {
         any = true;
         long long subTaskId = intAttr(st, "subtaskId", 0), taskId = intAttr(st, "taskId", 0);
         if (subTaskId != 0 || taskId == 0) {
@@ -324,11 +364,11 @@ std::string taskOperation(Writer& w, const pugi::xml_node& root) {
             throw Failure{KO_TASKMGR_NOT_FOUND, "task " + std::to_string(taskId) + " has no subtask"};
         for (const auto& id : ids) runner.run(readSubtask(w, id[0], taskId), {});
     }
-    for (pugi::xml_node oe : root.children("operationEntities")) {
-        pugi::xml_node st = oe.child("subtask");
+    for (pugi::xml_node oe : root.children("operationEntity")) {
+        pugi::xml_node st = oe.child("subTask");
         if (!st) throw Failure{KO_TASKMGR_BAD_REQUEST, "an operation entity names no subtask"};
         std::vector<Entity> entities;
-        for (pugi::xml_node g : oe.children("entities")) entities.push_back(readEntity(g));
+        for (pugi::xml_node g : oe.children("entity")) entities.push_back(checkEntity(w, readEntity(g)));
         any = true;
         runner.run(readSubtask(w, intAttr(st, "subtaskId", 0), intAttr(st, "taskId", 0)), entities);
     }
@@ -342,12 +382,11 @@ std::string taskOperation(Writer& w, const pugi::xml_node& root) {
 std::string replyXml(long long status, const std::string& error, long long taskId,
                      const std::vector<long long>& jobIds) {
     pugi::xml_document doc;
-    pugi::xml_node root = doc.append_child("TMMsg_GenericResp");
+    pugi::xml_node root = doc.append_child("TMMsg_TaskManagerResp");
     root.append_attribute("errorCode") = status;
     if (!error.empty()) root.append_attribute("errorMessage") = error.c_str();
     if (taskId != 0) root.append_attribute("taskId") = taskId;
-    for (long long id : jobIds)
-        root.append_child("jobIds").append_attribute("val") = std::to_string(id).c_str();
+    for (long long id : jobIds) root.append_child("jobId").text() = std::to_string(id).c_str();
     std::ostringstream text;
     doc.save(text, "", pugi::format_raw | pugi::format_no_declaration);
     return text.str();

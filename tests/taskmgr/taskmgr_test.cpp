@@ -17,20 +17,27 @@
 namespace {
 
 const char* const kCreate =
-    "<TMMsg_CreateTaskReq runNow=\"1\">"
-    "<task taskName=\"Nightly &amp; weekly\" taskType=\"2\" description=\"finance\"/>"
-    "<associations assocType=\"7\" clientId=\"12\" apptypeId=\"33\" subclientId=\"301\"/>"
-    "<subTasks subTaskName=\"Full\" subTaskType=\"2\" operationType=\"4003\">"
+    "<TMMsg_CreateTaskReq>"
+    "<task taskName=\"Nightly &amp; weekly\" taskType=\"2\"><description>finance</description></task>"
+    "<subTask subTaskName=\"Full\" subTaskType=\"2\" operationType=\"4003\">"
     "<pattern name=\"Sunday\" freq_type=\"8\" active_start_date=\"2026-01-04 00:00:00\"/>"
-    "<options optionId=\"1003\" type=\"3\" value=\"8\"/>"
-    "<xmlOptions><jobOption level=\"full\"/></xmlOptions></subTasks>"
-    "<subTasks subTaskName=\"Incremental\" subTaskType=\"2\" operationType=\"4003\"/>"
+    "<option optionId=\"1003\" type=\"3\"><value>8</value></option>"
+    "<xmlOptions><jobOption level=\"full\"/></xmlOptions></subTask>"
+    "<subTask subTaskName=\"Incremental\" subTaskType=\"2\" operationType=\"4003\"/>"
+    "<association assocType=\"7\" clientId=\"12\" apptypeId=\"33\" subclientId=\"301\"/>"
+    "<runNow>1</runNow><runNow>1</runNow>"
     "</TMMsg_CreateTaskReq>";
 
 class TaskManagerTest : public StoreTest {
   protected:
     void SetUp() override {
         StoreTest::SetUp();
+        // Two clients with a subclient of the same name each.
+        exec("INSERT INTO APP_Client (id, name) VALUES (12, 'fin01')");
+        exec("INSERT INTO APP_Client (id, name) VALUES (13, 'web01')");
+        exec("INSERT INTO APP_Application (id, clientId, subclientName) VALUES (301, 12, 'db')");
+        exec("INSERT INTO APP_Application (id, clientId, subclientName) VALUES (302, 12, 'logs')");
+        exec("INSERT INTO APP_Application (id, clientId, subclientName) VALUES (401, 13, 'logs')");
         m_socket = "unix:" + tempStorePath("taskmgr") + ".sock";
         m_service = std::thread([this] { EvTaskMgr::serve(m_socket, nullptr); });
         waitForService();
@@ -130,9 +137,10 @@ TEST_P(TaskManagerTest, RunTasksStartsAJobPerSubtaskAndEntityAndCopiesRunOptions
     });
     // Run-time options of a request reach the job's options; named entities replace the task's.
     std::string xml =
-        "<TMMsg_TaskOperationReq taskOperation=\"5\" initiatedFrom=\"1\"><operationEntities>"
-        "<subtask subtaskId=\"11\" taskId=\"7\"/><entities clientId=\"99\"/></operationEntities>"
-        "<options><optionFilters optionId=\"160003\" value=\"1\"/></options></TMMsg_TaskOperationReq>";
+        "<TMMsg_TaskOperationReq taskOperation=\"5\" initiatedFrom=\"1\"><operationEntity>"
+        "<subTask subtaskId=\"11\" taskId=\"7\"/><entity clientId=\"12\" "
+        "subclientId=\"302\"/></operationEntity>"
+        "<options><option optionId=\"160003\" value=\"1\"/></options></TMMsg_TaskOperationReq>";
     std::list<long long> jobs;
     int status = 0;
     ASSERT_EQ(
@@ -141,6 +149,8 @@ TEST_P(TaskManagerTest, RunTasksStartsAJobPerSubtaskAndEntityAndCopiesRunOptions
     EXPECT_EQ(text("SELECT value FROM TM_JobOptions WHERE optionId = 160003 AND jobId = " +
                    std::to_string(jobs.front())),
               "1");
+    EXPECT_EQ(scalar("SELECT subclientId FROM SRV_RunningJob WHERE jobId = " + std::to_string(jobs.front())),
+              302);
 }
 
 TEST_P(TaskManagerTest, RefusedRequestsWriteNothingAndSayWhy) {
@@ -150,7 +160,7 @@ TEST_P(TaskManagerTest, RefusedRequestsWriteNothingAndSayWhy) {
         // The second subtask's option is malformed: the first subtask must not stay behind.
         std::string bad = kCreate;
         bad.replace(bad.find("operationType=\"4003\"/>"), std::string::npos,
-                    "operationType=\"4003\"><options value=\"1\"/></subTasks></TMMsg_CreateTaskReq>");
+                    "operationType=\"4003\"><option value=\"1\"/></subTask></TMMsg_CreateTaskReq>");
         EXPECT_EQ(create(bad, jobs), KO_TASKMGR_BAD_REQUEST);
         EXPECT_NE(err.find("has no optionId"), std::string::npos) << err;
         EXPECT_EQ(create("<notXml", jobs), KO_TASKMGR_BAD_REQUEST);
@@ -164,11 +174,19 @@ TEST_P(TaskManagerTest, RefusedRequestsWriteNothingAndSayWhy) {
         subTasks[1].subTaskId = 404;
         EXPECT_EQ(ti->runTasks(subTasks, jobs, err, 5, 0, 0, false, nullptr), KO_TASKMGR_NOT_FOUND);
         EXPECT_EQ(err, "subtask 404 of task 7 does not exist");
+        std::string unknownClient =
+            "<TMMsg_TaskOperationReq taskOperation=\"5\"><operationEntity><subTask subtaskId=\"11\"/>"
+            "<entity clientId=\"99\"/></operationEntity></TMMsg_TaskOperationReq>";
+        int status = 0;
+        EXPECT_EQ(ti->TaskRequest(unknownClient, jobs, status, 5, err, EvTaskMgr::kTaskOperationMessage, 0, 0,
+                                  false, false),
+                  KO_TASKMGR_NOT_FOUND);
+        EXPECT_EQ(err, "client 99 does not exist");
         EXPECT_EQ(scalar("SELECT COUNT(*) FROM TM_JobRequest"), 0);
+        EXPECT_EQ(scalar("SELECT COUNT(*) FROM SRV_RunningJob"), 0);
 
         // Another message type: the status comes back, but never job ids.
         std::string xml = "<x/>";
-        int status = 0;
         EXPECT_EQ(ti->TaskRequest(xml, jobs, status, 5, err, 1234, 0, 0, false, false),
                   KO_TASKMGR_UNKNOWN_MESSAGE);
         EXPECT_TRUE(jobs.empty());
@@ -191,18 +209,23 @@ TEST_P(TaskManagerTest, JobIdsBeyond32BitsAreKeptInTheStoreAndTruncatedByTheLibr
 TEST_P(TaskManagerTest, NamesBecomeIdsAndAFailedConversionStillSends) {
     seedTask();
     evtrace::Capture cap;
+    // Subclient "logs" of client "fin01" is 302, not web01's 401.
     std::string xml =
-        "<TMMsg_TaskOperationReq taskOperation=\"5\"><subtasks subtaskId=\"11\" taskName=\"Nightly\"/>"
-        "</TMMsg_TaskOperationReq>";
+        "<TMMsg_TaskOperationReq taskOperation=\"5\"><operationEntity><subTask subtaskId=\"11\" "
+        "taskName=\"Nightly\"/><entity clientName=\"fin01\" subclientName=\"logs\"/>"
+        "</operationEntity></TMMsg_TaskOperationReq>";
     std::string wrongTask =
-        "<TMMsg_TaskOperationReq taskOperation=\"5\"><subtasks subtaskId=\"11\" taskId=\"8\" "
+        "<TMMsg_TaskOperationReq taskOperation=\"5\"><subTask subtaskId=\"11\" taskId=\"8\" "
         "taskName=\"Nightly\"/></TMMsg_TaskOperationReq>";
     std::list<long long> jobs;
     int status = 0;
     // The name gives task 7; an id already there is not replaced (and task 8 has no subtask 11).
     EXPECT_EQ(
         ti->TaskRequest(xml, jobs, status, 5, err, EvTaskMgr::kTaskOperationMessage, 0, 0, false, false), 0);
-    EXPECT_EQ(jobs.size(), 2u);
+    ASSERT_EQ(jobs.size(), 1u);
+    EXPECT_EQ(scalar("SELECT subclientId FROM SRV_RunningJob WHERE clientId = 12 AND jobId = " +
+                     std::to_string(jobs.front())),
+              302);
     EXPECT_EQ(ti->TaskRequest(wrongTask, jobs, status, 5, err, EvTaskMgr::kTaskOperationMessage, 0, 0, false,
                               false),
               KO_TASKMGR_NOT_FOUND);
@@ -217,7 +240,7 @@ TEST_P(TaskManagerTest, NamesBecomeIdsAndAFailedConversionStillSends) {
         1u);
     EXPECT_EQ(cap.find("Unable to commit transaction. [caller's]", "TaskInterfaceDB::TaskRequest").size(),
               1u);
-    EXPECT_EQ(cap.find("TaskRequest jobId[", "TaskInterfaceDB::TaskRequest").size(), 2u + 2u);
+    EXPECT_EQ(cap.find("TaskRequest jobId[", "TaskInterfaceDB::TaskRequest").size(), 1u + 2u);
 }
 
 TEST_P(TaskManagerTest, AStoppedOrDyingServiceIsAnErrorAndLeavesNothing) {
@@ -248,6 +271,36 @@ TEST_P(TaskManagerTest, AStoppedOrDyingServiceIsAnErrorAndLeavesNothing) {
     EXPECT_EQ(scalar("SELECT COUNT(*) FROM TM_Task"), 0);
     EXPECT_EQ(scalar("SELECT COUNT(*) FROM TM_SubTask"), 0);
     EXPECT_TRUE(jobs.empty());
+}
+
+TEST_P(TaskManagerTest, UpdateFlagsFollowTheBaselineAndOnlyTheLastFetchCounts) {
+    exec("INSERT INTO SRV_ClientProp (clientId, baselineStatus) VALUES (12, 2)");
+    exec("INSERT INTO SRV_ClientProp (clientId, baselineStatus) VALUES (13, 1)");
+    _UpdateInformation info;
+    info.clients = {{14, 7}, {12, 0}, {13, 1}};
+    EXPECT_EQ(ti->GetUpdateInfo(info, err, 0, 0, 0), 0);
+    std::vector<unsigned int> flags;
+    for (const auto& c : info.clients) flags.push_back(c.updateFlag);
+    EXPECT_EQ(flags, (std::vector<unsigned int>{7, 1, 0}));
+    info.clients = {{12, 0}, {14, 7}};
+    EXPECT_EQ(ti->GetUpdateInfo(info, err, 0, 0, 0), 100);
+    EXPECT_EQ(info.clients.front().updateFlag, 1u);
+}
+
+TEST_P(TaskManagerTest, AutomaticSchedulePatternIsCutOutOfTheJobOption) {
+    exec(
+        "INSERT INTO TM_SubTaskXMLOptions (subTaskId, xmlValue) VALUES (11, '<TMMsg_JobOption><scheduling>"
+        "<automaticSchedulePattern maxBackupInterval=\"24\"/></scheduling></TMMsg_JobOption>')");
+    exec("INSERT INTO TM_SubTaskXMLOptions (subTaskId, xmlValue) VALUES (12, '<TMMsg_JobOption>')");
+    _TaskInfo info;
+    info.type = 1;
+    info.jobId = 11;
+    ASSERT_EQ(ti->getAutomaticSchedulePattern(info, err, nullptr), 0) << err;
+    EXPECT_EQ(info.xmlOptions, "<TMMsg_AutomaticSchedulePattern maxBackupInterval=\"24\"/>");
+    info.jobId = 12;
+    info.xmlOptions.clear();
+    EXPECT_EQ(ti->getAutomaticSchedulePattern(info, err, nullptr), 0xB0002);
+    EXPECT_EQ(err, "XML Message unserilization failed");
 }
 
 TASKDB_STORE_SUITE(TaskManagerTest);

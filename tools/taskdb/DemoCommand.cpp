@@ -165,15 +165,15 @@ void walkWrites(TaskInterface& ti, Step& step) {
 
 void walkTaskManager(TaskInterface& ti, Step& step) {
     heading("The task manager creates a task and runs it");
-    std::string err,
-        xml =
-            "<TMMsg_CreateTaskReq><task taskName=\"Demo: weekly archive\" taskType=\"2\"/>"
-            "<associations assocType=\"7\" clientId=\"12\" apptypeId=\"33\" subclientId=\"301\"/>"
-            "<subTasks subTaskName=\"Archive\" subTaskType=\"2\" operationType=\"4003\">"
-            "<options optionId=\"1003\" type=\"3\" value=\"2\"/></subTasks></TMMsg_CreateTaskReq>";
+    std::string err, xml =
+                         "<TMMsg_CreateTaskReq><task taskName=\"Demo: weekly archive\" taskType=\"2\"/>"
+                         "<subTask subTaskName=\"Archive\" subTaskType=\"2\" operationType=\"4003\">"
+                         "<option optionId=\"1003\" type=\"3\"><value>2</value></option></subTask>"
+                         "<association assocType=\"28\" clientGroupId=\"3\"/>"
+                         "</TMMsg_CreateTaskReq>";
     std::list<long long> jobs;
     int status = 0;
-    if (!step("CreateTask(task \"Demo: weekly archive\", one subtask, one subclient)",
+    if (!step("CreateTask(task \"Demo: weekly archive\", one subtask, client group 3)",
               ti.CreateTask(xml, jobs, status, 5, err, 0, 0, false, false), err))
         return;
     std::cout << "reply: " << xml << '\n';
