@@ -5,8 +5,10 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <cstdio>
 #include <cstdlib>
 #include <thread>
+#include <tuple>
 
 #include "platform/db/DBfault.h"
 #include "platform/taskmgr/Handler.h"
@@ -301,6 +303,36 @@ TEST_P(TaskManagerTest, AutomaticSchedulePatternIsCutOutOfTheJobOption) {
     info.xmlOptions.clear();
     EXPECT_EQ(ti->getAutomaticSchedulePattern(info, err, nullptr), 0xB0002);
     EXPECT_EQ(err, "XML Message unserilization failed");
+}
+
+// The tool's output and exit code, on this test's store (given through the environment).
+std::pair<int, std::string> tool(const std::string& url, const std::string& args) {
+    setenv("TASKDB_URL", url.c_str(), 1);
+    FILE* p = popen((std::string(TASKDB_TOOL_PATH) + " " + args + " 2>&1").c_str(), "r");
+    std::string out;
+    char buffer[512];
+    while (p && fgets(buffer, sizeof buffer, p)) out += buffer;
+    int status = p ? pclose(p) : -1;
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, out};
+}
+
+TEST_P(TaskManagerTest, ToolCreatesAndRunsTasksAndPrintsTheTaskManagersText) {
+    std::string file = tempStorePath("request") + ".xml";
+    FILE* f = fopen(file.c_str(), "w");
+    ASSERT_TRUE(f);
+    fputs(kCreate, f);
+    fclose(f);
+    auto [rc, out] = tool(url, "--json task create " + file);
+    std::remove(file.c_str());
+    ASSERT_EQ(rc, 0) << out;
+    EXPECT_NE(out.find("\"taskId\": 1"), std::string::npos) << out;
+    EXPECT_EQ(scalar("SELECT COUNT(*) FROM TM_Jobs"), 2);
+    std::tie(rc, out) = tool(url, "task run 1");
+    EXPECT_EQ(rc, 0) << out;
+    EXPECT_EQ(scalar("SELECT COUNT(*) FROM TM_Jobs"), 4);
+    std::tie(rc, out) = tool(url, "task run 1 404");
+    EXPECT_EQ(rc, 1);
+    EXPECT_NE(out.find("subtask 404 of task 1 does not exist"), std::string::npos) << out;
 }
 
 TASKDB_STORE_SUITE(TaskManagerTest);
