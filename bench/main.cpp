@@ -52,6 +52,7 @@ int main(int argc, char** argv) {
     bench::addWriteCases();
     bench::addRecordCases();
     bench::addXmlCases();
+    bench::addTaskManagerCases();
     bench::registerCases(smoke ? 1 : iterations, store.dir + "/trace.log");
 
     bench::TableReporter reporter(smoke);

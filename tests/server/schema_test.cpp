@@ -15,28 +15,31 @@ class ServerSchemaTest : public StoreTest {};
 TEST_P(ServerSchemaTest, InsertThroughRecordReturnsIdentityAndUniqueKeysRefuseDuplicates) {
     DBtran tran;
     ASSERT_EQ(tran.begin(), 0);
-    DBrecordTable<APP_Client_t> clients(&tran);
-    std::snprintf(clients.row().name, sizeof clients.row().name, "%s", "alpha");
-    ASSERT_EQ(clients.rowInsert(), 0) << clients.getErrorStr(-1);
-    const int first = clients.row().id;
-    EXPECT_GT(first, 0);
-    clients.clearRow();
-    std::snprintf(clients.row().name, sizeof clients.row().name, "%s", "beta");
-    ASSERT_EQ(clients.rowInsert(), 0);
-    EXPECT_EQ(clients.row().id, first + 1);
-    clients.clearRow();
-    std::snprintf(clients.row().name, sizeof clients.row().name, "%s", "alpha");
-    EXPECT_NE(clients.rowInsert(), 0) << "two clients may not share a name";
-    tran.rollback();
-
-    exec(
-        "INSERT INTO SRV_ActivityControl (entityLevel, entityId, activityType, enabled) VALUES (2, 7, 1, 0)");
-    DBrecordTable<SRV_ActivityControl_t> activity(nullptr);
+    DBrecordTable<SRV_ActivityControl_t> activity(&tran);
     activity.row().entityLevel = 2;
     activity.row().entityId = 7;
     activity.row().activityType = 1;
+    ASSERT_EQ(activity.rowInsert(), 0) << activity.getErrorStr(-1);
+    const int first = activity.row().id;
+    EXPECT_GT(first, 0);
+    activity.row().activityType = 2;
+    ASSERT_EQ(activity.rowInsert(), 0);
+    EXPECT_EQ(activity.row().id, first + 1) << "the generated identity comes back into the record";
+    activity.row().activityType = 1;
     EXPECT_NE(activity.rowInsert(), 0) << "one setting per entity and activity";
-    EXPECT_EQ(scalar("SELECT COUNT(*) FROM SRV_ActivityControl"), 1);
+    ASSERT_EQ(tran.commit(), 0);
+    EXPECT_EQ(scalar("SELECT COUNT(*) FROM SRV_ActivityControl"), 2);
+
+    DBrecordTable<APP_Client_t> clients(nullptr);
+    clients.row().id = 1;
+    std::snprintf(clients.row().name, sizeof clients.row().name, "%s", "alpha");
+    ASSERT_EQ(clients.rowInsert(), 0);
+    clients.row().id = 2;
+    EXPECT_NE(clients.rowInsert(), 0) << "two clients may not share a name";
+    std::snprintf(clients.row().name, sizeof clients.row().name, "%s", "beta");
+    clients.row().id = 1;
+    EXPECT_NE(clients.rowInsert(), 0) << "nor an id";
+    EXPECT_EQ(scalar("SELECT COUNT(*) FROM APP_Client"), 1);
 }
 
 TEST_P(ServerSchemaTest, JobHistoryTablesJoinAsTheStatisticsQueryReadsThem) {

@@ -32,3 +32,5 @@ void addJobStatsCommands(CLI::App& app, ToolContext& ctx);
 // Applies --url to the database layer; returns the URL in force. Throws CLI::ValidationError for a
 // "sqlite:" URL without a path.
 std::string applyUrl(const ToolContext& ctx);
+// task create, task run (on the "task" subcommand, added before) and taskmgr serve.
+void addTaskManagerCommands(CLI::App& app, ToolContext& ctx);

@@ -89,6 +89,7 @@ int main(int argc, char** argv) {
     addStatusCommand(app, ctx);
     addStoreCommands(app, ctx);
     addJobStatsCommands(app, ctx);
+    addTaskManagerCommands(app, ctx);
 
     try {
         app.parse(argc, argv);
