@@ -51,8 +51,11 @@ void addTaskCommands(CLI::App& app, ToolContext& ctx) {
     });
 
     auto* jobs = app.add_subcommand("jobs", "The jobs started from a task");
-    jobs->add_option("task", a.taskId, "Task id")->required();
-    jobs->callback([&] {
+    // Optional so that subcommands such as `jobs running` are recognised; without one it is required.
+    auto* taskArg = jobs->add_option("task", a.taskId, "Task id");
+    jobs->callback([&, jobs, taskArg] {
+        if (!jobs->get_subcommands().empty()) return;
+        if (taskArg->count() == 0) throw CLI::RequiredError("task");
         Session s(ctx);
         _TaskInfo info;
         info.taskId = a.taskId;
