@@ -13,3 +13,5 @@
 int importWorld(const std::string& text, bool replace, long long& rows, std::string& err);
 // The world in the store, in the import format (sections and rows in key order): 0 or the store's code.
 int exportWorld(Json& world, std::string& err);
+// The sample world (examples/world.json), compiled into the tool.
+extern const char* const kSampleWorld;
