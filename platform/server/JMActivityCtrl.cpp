@@ -54,7 +54,7 @@ bool JMActivityCtrl::isActivityEnabled(KOActivityType type, unsigned long client
     std::string dbError;
     int rc = srv::withTran(m_db, kName, false, [&](DBtran* tran) {
         DBrecordTable<SRV_ActivityControl_t> t(tran);
-        srv::selectColumns(t, "entityLevel, reasonMessageId, reasonText");
+        SRV_SELECT_COLUMNS(t, SRV_ActivityControl_t, "entityLevel, reasonMessageId, reasonText");
         t.setOrderBy("entityLevel");
         // The server's setting first, then the client's, then the subclient's: the broadest one speaks.
         t.setWhere(
