@@ -2,9 +2,9 @@
 // enabled.
 #include "platform/server/JMActivityCtrl.h"
 
-#include "Db/Rec/APP_Application.h"
-#include "Db/Rec/APP_Client.h"
-#include "Db/Rec/SRV_ActivityControl.h"
+#include "platform/records/APP_Application.h"
+#include "platform/records/APP_Client.h"
+#include "platform/records/SRV_ActivityControl.h"
 #include "platform/server/ServiceFrame.h"
 
 namespace {

@@ -1,8 +1,8 @@
 // Clients: APP_Client rows and their SRV_ClientProp facts.
 #include "platform/server/KOClient.h"
 
-#include "Db/Rec/APP_Client.h"
-#include "Db/Rec/SRV_ClientProp.h"
+#include "platform/records/APP_Client.h"
+#include "platform/records/SRV_ClientProp.h"
 #include "platform/server/ServiceFrame.h"
 
 namespace srv {
