@@ -51,6 +51,7 @@ void addWriteCases();
 void addRecordCases();
 void addXmlCases();
 void addTaskManagerCases();
+void addServerCases();
 
 // Ends the run of a body with an error that the table shows, instead of a time.
 void failed(benchmark::State& state, const std::string& what);

@@ -53,6 +53,7 @@ int main(int argc, char** argv) {
     bench::addRecordCases();
     bench::addXmlCases();
     bench::addTaskManagerCases();
+    bench::addServerCases();
     bench::registerCases(smoke ? 1 : iterations, store.dir + "/trace.log");
 
     bench::TableReporter reporter(smoke);

@@ -34,3 +34,7 @@ void addJobStatsCommands(CLI::App& app, ToolContext& ctx);
 std::string applyUrl(const ToolContext& ctx);
 // task create, task run (on the "task" subcommand, added before) and taskmgr serve.
 void addTaskManagerCommands(CLI::App& app, ToolContext& ctx);
+// import, export, clients, subclients, activity, jobs running.
+void addWorldCommands(CLI::App& app, ToolContext& ctx);
+// The subcommand `name` of `app`, added when no command has added it yet (several add under "jobs").
+CLI::App* sharedSubcommand(CLI::App& app, const std::string& name, const std::string& description);

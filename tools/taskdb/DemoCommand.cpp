@@ -6,12 +6,14 @@
 #include "platform/db/DBconfig.h"
 #include "platform/db/DBschema.h"
 #include "platform/db/DBtran.h"
+#include "platform/server/KOClient.h"
 #include "tools/taskdb/Commands.h"
 #include "tools/taskdb/DemoSeed.h"
 #include "tools/taskdb/Library.h"
 #include "tools/taskdb/Output.h"
 #include "tools/taskdb/Session.h"
 #include "tools/taskdb/TaskView.h"
+#include "tools/taskdb/World.h"
 #include "utilities/BasicConversion.h"
 #include "utilities/TextEscape.h"
 #include "utilities/VersionInfo.h"
@@ -228,6 +230,14 @@ int walk(const std::string& url, Step& step, std::string& libraryPath) {
         return reportFailure("seeding the demo schedule (run the demo on an empty store)", rc, err);
     std::cout << "seeded: a default task, task 7 with two subtasks, entities, patterns, options, jobs 1001 "
                  "and 1002\n";
+    // The clients, subclients and users that the schedule names come from the sample world.
+    long long worldRows = 0;
+    rc = importWorld(kSampleWorld, false, worldRows, err);
+    if (rc != 0) return reportFailure("loading the sample world", rc, err);
+    std::string clientName;
+    KOClient(12).getName(clientName, nullptr);
+    std::cout << "loaded the sample world (examples/world.json): " << worldRows << " rows; client 12 is \""
+              << clientName << "\"\n";
 
     heading("Loading the library as the job manager does");
     TaskLibrary lib;

@@ -90,6 +90,7 @@ int main(int argc, char** argv) {
     addStoreCommands(app, ctx);
     addJobStatsCommands(app, ctx);
     addTaskManagerCommands(app, ctx);
+    addWorldCommands(app, ctx);
 
     try {
         app.parse(argc, argv);
