@@ -12,5 +12,6 @@ struct ToolContext {
 void addInitCommand(CLI::App& app, ToolContext& ctx);
 void addDemoCommand(CLI::App& app, ToolContext& ctx);
 void addStoreCommands(CLI::App& app, ToolContext& ctx);
+void addPlatformCommands(CLI::App& app, ToolContext& ctx);
 // Applies --url to the database layer.
 void applyUrl(const ToolContext& ctx);
