@@ -1,5 +1,5 @@
-// taskdb password ..., taskdb config get: the platform helpers from the command line. Passwords are read
-// from standard input only (without echo on a terminal) and never traced.
+// taskdb password ..., taskdb config get, taskdb streams: the platform helpers from the command line.
+// Passwords are read from standard input only (without echo on a terminal) and never traced.
 #include <string.h>
 #include <termios.h>
 #include <unistd.h>
@@ -11,6 +11,7 @@
 #include "platform/secrets/Secrets.h"
 #include "tools/taskdb/Commands.h"
 #include "tools/taskdb/Output.h"
+#include "utilities/BackupStreams.h"
 #include "utilities/PasswordWrapper.h"
 
 namespace {
@@ -137,9 +138,37 @@ void addConfigCommands(CLI::App& app, ToolContext& ctx) {
     });
 }
 
+struct StreamArgs {
+    int appType = 0, clientId = 0, instanceId = 0;
+};
+
+void addStreamsCommand(CLI::App& app, ToolContext& ctx) {
+    static StreamArgs a;
+    auto* cmd = app.add_subcommand("streams", "The default number of backup streams of an agent");
+    cmd->add_option("--apptype", a.appType, "Application type id")->required();
+    cmd->add_option("--client", a.clientId, "Client id (version-dependent agents)");
+    cmd->add_option("--instance", a.instanceId, "Instance id (cluster and cloud agents)");
+    cmd->callback([&] {
+        applyUrl(ctx);
+        const int streams = getDefaultNumberofBackupStreams(a.appType, a.clientId, a.instanceId, nullptr);
+        const char* meaning = streams > 0    ? "default"
+                              : streams == 0 ? "no fixed default: the agent's version or kind decides"
+                                             : "the agent has no stream default";
+        if (ctx.json)
+            printJson({{"appType", a.appType},
+                       {"clientId", a.clientId},
+                       {"instanceId", a.instanceId},
+                       {"streams", streams},
+                       {"meaning", meaning}});
+        else
+            std::cout << streams << (streams > 0 ? "" : std::string(" (") + meaning + ")") << '\n';
+    });
+}
+
 }  // namespace
 
 void addPlatformCommands(CLI::App& app, ToolContext& ctx) {
     addPasswordCommands(app, ctx);
     addConfigCommands(app, ctx);
+    addStreamsCommand(app, ctx);
 }
