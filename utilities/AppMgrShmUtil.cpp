@@ -94,12 +94,17 @@ unsigned long AppMgrShmUtil::getAPIRequest() {
     static const char kName[] = "AppMgrShmUtil::getAPIRequest";
     const Mailbox box = mailbox();
     const key_t key = ::ftok(box.path.c_str(), kFtokProject);
-    m_key = key;
-    if (m_ptr) deleteSharedMemory(m_ptr, false, m_handle);
-    m_ptr = nullptr;
-
     int error = 0;
-    void* ptr = getSharedMemory(key, &error, &m_handle);
+    void* ptr = nullptr;
+    // The block this object set is read through its mapping while it is still the block under the key.
+    if (m_ptr && m_key == key && isCurrent(key, m_handle)) {
+        ptr = m_ptr;
+    } else {
+        if (m_ptr) deleteSharedMemory(m_ptr, false, m_handle);
+        ptr = getSharedMemory(key, &error, &m_handle);
+    }
+    m_ptr = nullptr;
+    m_key = key;
     if (!ptr) {
         EvDebug::Error(kName,
                        "Failed to open shared memory [%s][%u] to read the AppMgr request id. Error Code = %d",

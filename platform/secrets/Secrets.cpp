@@ -261,9 +261,10 @@ void failLocked(KeyRing& r, const std::string& why, bool missing) {
 // Brings the ring up to date when due (or when `force`); `create` makes a missing key file.
 bool refreshLocked(KeyRing& r, bool force, bool create) {
     const char* envNow = std::getenv(KO_PLATFORM_CONFIG_ENV);
-    const std::string env = envNow ? envNow : "";
+    const char* env = envNow ? envNow : "";
     const auto now = std::chrono::steady_clock::now();
-    const bool due = !r.loaded || env != r.env || now - r.checked >= kRecheck || (create && r.missing);
+    const bool due =
+        !r.loaded || r.env.compare(env) != 0 || now - r.checked >= kRecheck || (create && r.missing);
     if (!force && !due) return r.failure.empty();
     r.loaded = true;
     r.env = env;

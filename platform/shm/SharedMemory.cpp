@@ -44,6 +44,10 @@ void* KOSharedMemUtil::getSharedMemory(key_t key, int* error, int* handle) {
     return ptr;
 }
 
+bool KOSharedMemUtil::isCurrent(key_t key, int handle) {
+    return handle > 0 && ::shmget(key, 0, 0) == handle;
+}
+
 int KOSharedMemUtil::deleteSharedMemory(void* ptr, bool removeBlock, int handle) {
     int err = 0;
     if (removeBlock && ::shmctl(handle, IPC_RMID, nullptr) != 0) err = errno;

@@ -20,6 +20,8 @@ class KO_PLATFORM_API KOSharedMemUtil {
     // Maps the existing block under `key`; its handle goes to `*handle` when given. Null when it fails,
     // with the system's error number in `*error` (ENOENT: there is no such block).
     void* getSharedMemory(key_t key, int* error, int* handle = nullptr);
+    // Whether `handle` is still the block under `key` (false once it was removed).
+    bool isCurrent(key_t key, int handle);
     // Unmaps `ptr` (when not null) and, when `removeBlock`, removes the block `handle` for everyone.
     // Returns 0 on success, else the system's error number of the first failing step.
     int deleteSharedMemory(void* ptr, bool removeBlock, int handle);

@@ -52,8 +52,11 @@ TEST_F(MailboxTest, ASecondSetOverwritesAndAStaleKeyFileIsReused) {
     ASSERT_TRUE(AppMgrShmUtil().setAPIRequest(12));
     EXPECT_EQ(AppMgrShmUtil().getAPIRequest(), 12u);
     EXPECT_EQ(AppMgrShmUtil().getAPIRequest(), 0u);
-    ASSERT_TRUE(AppMgrShmUtil().setAPIRequest(13));  // the mailbox is usable again after a read
-    EXPECT_EQ(AppMgrShmUtil().getAPIRequest(), 13u);
+    AppMgrShmUtil box;  // the mailbox is usable again after a read, also through one object
+    ASSERT_TRUE(box.setAPIRequest(13));
+    ASSERT_TRUE(box.setAPIRequest(14));
+    EXPECT_EQ(box.getAPIRequest(), 14u);
+    EXPECT_EQ(box.getAPIRequest(), 0u);
 }
 
 TEST_F(MailboxTest, AnotherThreadDoesNotSeeTheId) {
