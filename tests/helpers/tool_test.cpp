@@ -66,3 +66,13 @@ TEST_F(PlatformToolTest, ConfigGetAnswersOrSaysNotFound) {
     EXPECT_EQ(nlohmann::json::parse(json.second)["value"], "q");
     EXPECT_EQ(run("config get Quorin sOther").first, 1);
 }
+
+TEST_F(PlatformToolTest, StreamsPrintsTheDefaultOfAnAgent) {
+    const std::string url = " --url sqlite:" + (dir / "store.sqlite").string();
+    ASSERT_EQ(run("init" + url).first, 0);
+    auto json = run("streams --apptype 106 --json" + url);
+    ASSERT_EQ(json.first, 0);
+    EXPECT_EQ(nlohmann::json::parse(json.second)["streams"], 5);
+    EXPECT_EQ(run("streams --apptype 11 --client 0" + url), std::make_pair(0, std::string("4\n")));
+    EXPECT_EQ(run("streams --apptype 999" + url).second, "-1 (the agent has no stream default)\n");
+}
