@@ -52,6 +52,7 @@ void addRecordCases();
 void addXmlCases();
 void addTaskManagerCases();
 void addServerCases();
+void addPlatformCases();
 
 // Ends the run of a body with an error that the table shows, instead of a time.
 void failed(benchmark::State& state, const std::string& what);

@@ -54,6 +54,7 @@ int main(int argc, char** argv) {
     bench::addXmlCases();
     bench::addTaskManagerCases();
     bench::addServerCases();
+    bench::addPlatformCases();
     bench::registerCases(smoke ? 1 : iterations, store.dir + "/trace.log");
 
     bench::TableReporter reporter(smoke);

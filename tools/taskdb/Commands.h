@@ -38,3 +38,5 @@ void addTaskManagerCommands(CLI::App& app, ToolContext& ctx);
 void addWorldCommands(CLI::App& app, ToolContext& ctx);
 // The subcommand `name` of `app`, added when no command has added it yet (several add under "jobs").
 CLI::App* sharedSubcommand(CLI::App& app, const std::string& name, const std::string& description);
+// password, config, streams.
+void addPlatformCommands(CLI::App& app, ToolContext& ctx);

@@ -91,6 +91,7 @@ int main(int argc, char** argv) {
     addJobStatsCommands(app, ctx);
     addTaskManagerCommands(app, ctx);
     addWorldCommands(app, ctx);
+    addPlatformCommands(app, ctx);
 
     try {
         app.parse(argc, argv);
