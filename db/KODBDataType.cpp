@@ -15,33 +15,6 @@ bool kodb::copyInto(void* dest, size_t size, const char* data, int offset, int l
     return true;
 }
 
-// ---- base
-
-int KODBDataTypeBase::setData(const char*, int, int, bool) {
-    indicator = 0;
-    return 1;
-}
-void KODBDataTypeBase::clearMemoryOnNULL() {}
-void KODBDataTypeBase::setString() const {}
-const std::string& KODBDataTypeBase::getStr() const {
-    return strValue;
-}
-KODBDataTypeBase::~KODBDataTypeBase() = default;
-int KODBDataTypeBase::getDataType() const {
-    return 0;
-}
-std::string KODBDataTypeBase::toString(int) const {
-    setString();
-    return strValue;
-}
-
-void KODBDataTypeBase::setInternalNull(bool null) {
-    if (null == isNull) return;
-    indicator = 0;
-    isNull = null;
-    if (null) clearMemoryOnNULL();
-}
-
 // ---- timestamp
 
 using KODBTimestamp = KODBCompositeType<KOTIMESTAMP_STRUCT, 5>;

@@ -1,9 +1,8 @@
 #pragma once
 // Typed column values: one object per column of a row, or per input argument of a procedure.
 //
-// The database layer binds procedure inputs through this header alone: it calls only the virtual
-// functions and reads the public `isNull`, so it needs no link to the task library. Keep every
-// virtual below virtual and in this order.
+// The base class, KODBDataTypeBase, is the database layer's (platform/db/DBvalue.h): the layer binds
+// procedure inputs through it alone. These typed values override its virtuals.
 //
 // Ownership: a value is created on the heap and owned by whoever holds it (a row, or a DBtable after
 // BindInput). Thread safety: a value belongs to one thread at a time; nothing here is shared.
@@ -13,43 +12,7 @@
 
 #include "TaskExport.h"
 #include "platform/db/DBtypes.h"
-
-// Whether a value was set since construction.
-enum UpdatedStatus : int { KODB_NOT_UPDATED = 0, KODB_UPDATED = 1 };
-
-class TASKDB_API KODBDataTypeBase {
-  public:
-    bool isNull = true;
-    UpdatedStatus updated = KODB_NOT_UPDATED;
-    // The text form of the value, refreshed by setString(); the composite types keep it current.
-    mutable std::string strValue;
-    // Length/indicator word for the database layer; 0 after every setData and null-state change.
-    long long indicator = 0;
-
-    KODBDataTypeBase() = default;
-    KODBDataTypeBase(const KODBDataTypeBase&) = default;
-    KODBDataTypeBase& operator=(const KODBDataTypeBase&) = default;
-
-    // Copies `length` bytes of `data` into the value, `offset` bytes in; resets `indicator`.
-    // Returns 1, or 0 (nothing copied) when the range does not lie inside the value.
-    virtual int setData(const char* data, int offset, int length, bool);
-    // Called when the value becomes NULL; only text values drop their content.
-    virtual void clearMemoryOnNULL();
-    // Refreshes strValue from the value.
-    virtual void setString() const;
-    // strValue, as last refreshed.
-    virtual const std::string& getStr() const;
-    virtual ~KODBDataTypeBase();
-    // 1 int, 4 64-bit integer, 5 timestamp, 6 text; 0 for the bare base.
-    virtual int getDataType() const;
-    // The text form of the value (refreshes strValue first); the argument is not used.
-    virtual std::string toString(int) const;
-
-    // Changes the null state; going NULL clears the indicator and calls clearMemoryOnNULL(). Asking
-    // for the current state does nothing at all.
-    void setInternalNull(bool null);
-    void setUpdated(UpdatedStatus status) { updated = status; }
-};
+#include "platform/db/DBvalue.h"
 
 // printf formats of the integer values.
 extern TASKDB_API const char* const KODB_int_format;

@@ -15,6 +15,18 @@
 
 struct DBcolumn;
 
+// The semaphore behind the row classes' one-time set-up. release() always releases by one,
+// whatever count it is given.
+class KOSimpleDBSem {
+  public:
+    explicit KOSimpleDBSem(int count) : m_sem(count) {}
+    void wait() { m_sem.wait(); }
+    void release(int /*ignored*/ = 1) { m_sem.release(1); }
+
+  private:
+    KoSemaphore m_sem;
+};
+
 class TASKDB_API KODBRowBase {
   public:
     // Guards the one-time set-up of every row class's statics; shared by all row classes.

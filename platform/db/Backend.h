@@ -74,6 +74,9 @@ class Connection {
     virtual int begin(bool write, Error& err) = 0;
     virtual int commit(Error& err) = 0;
     virtual int rollback(Error& err) = 0;
+    // False once the database no longer holds the transaction that begin() started: ended, or rolled
+    // back by the database itself after a failure (full disk, I/O error, out of memory).
+    virtual bool inTransaction() const = 0;
     // `sql` is in the library's dialect. The statement may come from the connection's cache; literals
     // may be moved into `params`, which the caller binds first (parameters of its own follow them, so
     // the caller's own markers must come after every literal in the text). A statement must be

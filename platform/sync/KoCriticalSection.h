@@ -73,15 +73,3 @@ class KoSemaphore {
   private:
     KoSemaphoreH* m_sem;
 };
-
-// The semaphore behind the row classes' one-time set-up. release() always releases by one,
-// whatever count it is given.
-class KOSimpleDBSem {
-  public:
-    explicit KOSimpleDBSem(int count) : m_sem(count) {}
-    void wait() { m_sem.wait(); }
-    void release(int /*ignored*/ = 1) { m_sem.release(1); }
-
-  private:
-    KoSemaphore m_sem;
-};

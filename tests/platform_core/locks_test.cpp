@@ -38,20 +38,3 @@ TEST(Locks, CriticalSectionSerialisesCounters) {
     for (auto& t : threads) t.join();
     EXPECT_EQ(counter, 40000);
 }
-
-TEST(Locks, SimpleDbSemaphoreReleasesByOneWhateverTheCount) {
-    KOSimpleDBSem sem(1);
-    sem.wait();
-    sem.release(5);  // one, not five
-    sem.wait();
-    std::atomic<bool> acquired{false};
-    std::thread waiter([&] {
-        sem.wait();
-        acquired = true;
-    });
-    std::this_thread::sleep_for(std::chrono::milliseconds(50));
-    EXPECT_FALSE(acquired);
-    sem.release(1);
-    waiter.join();
-    EXPECT_TRUE(acquired);
-}

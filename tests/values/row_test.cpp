@@ -18,6 +18,7 @@
 #include "Db/Tbl/TM_Pattern.h"
 #include "Db/Tbl/TM_Task.h"
 #include "Db/Tbl/UMDSProviders.h"
+#include "db/KODBRowBase.h"
 
 namespace {
 
@@ -110,6 +111,23 @@ TEST(RowTest, MetadataIsSetOnceWhenManyThreadsBuildTheFirstRows) {
     std::thread([result] { result->set_value(SchedAdminComplianceOptions_t2().getHeaderType()); }).detach();
     ASSERT_EQ(next.wait_for(std::chrono::seconds(10)), std::future_status::ready) << "semaphore left taken";
     EXPECT_EQ(next.get(), 1);
+}
+
+TEST(RowTest, SetUpSemaphoreReleasesByOneWhateverTheCount) {
+    KOSimpleDBSem sem(1);
+    sem.wait();
+    sem.release(5);  // one, not five
+    sem.wait();
+    std::atomic<bool> acquired{false};
+    std::thread waiter([&] {
+        sem.wait();
+        acquired = true;
+    });
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    EXPECT_FALSE(acquired);
+    sem.release(1);
+    waiter.join();
+    EXPECT_TRUE(acquired);
 }
 
 }  // namespace

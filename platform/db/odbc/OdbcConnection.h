@@ -44,7 +44,7 @@ class OdbcConnection final : public Connection {
 
     Dialect dialect() const { return m_session->dialect(); }
     const std::string& dbmsName() const { return m_session->dbmsName(); }
-    bool inTransaction() const { return m_session->inTransaction(); }
+    bool inTransaction() const override { return m_session->inTransaction() && !m_session->broken(); }
     Session& session() const { return *m_session; }
 
   private:

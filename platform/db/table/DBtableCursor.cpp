@@ -1,8 +1,8 @@
 // DBtable's cursor: open, fetch, close and the text read of XML results.
 #include "platform/db/Bind.h"
 #include "platform/db/DBerrors.h"
-#include "platform/db/DBtableImpl.h"
 #include "platform/db/DBtran.h"
+#include "platform/db/table/DBtableImpl.h"
 #include "platform/trace/EvDebug.h"
 
 namespace {
@@ -63,6 +63,7 @@ int DBtable::openCursor() {
             code = m.fail(m.readAheadCode, m.readAheadError.text);
     }
     if (code != 0) {
+        if (m.tran) m.tran->statementFailed(code, m.lastText);
         m.stmt.reset();
         if (m.ownConn) dbl::giveBack(std::move(m.ownConn));
         return code;
@@ -84,6 +85,8 @@ int DBtable::fetchCursor(bool next) {
         m.fillRecord(*m.stmt);
         return 0;
     }
+    std::string text;
+    if (m.tran && m.tran->aborted(code, text)) return m.fail(code, text);
     dbl::Error stepped;
     const dbl::Error* e = &stepped;
     int rc;
@@ -100,6 +103,7 @@ int DBtable::fetchCursor(bool next) {
         return 0;
     }
     if (rc == DB_NO_DATA) return m.fail(DB_NO_DATA, "No data");
+    if (m.tran) m.tran->statementFailed(rc, e->text);
     return m.fail(rc, e->text);
 }
 
@@ -144,6 +148,7 @@ int DBtable::fetchText(std::string& text) {
     }
     m.hasRow = false;
     if (rc != DB_NO_DATA) {
+        if (m.tran) m.tran->statementFailed(rc, e.text);
         m.fail(rc, e.text);
         if (openHere) closeCursor();
         return rc;

@@ -7,8 +7,8 @@
 
 #include "platform/db/Backend.h"
 #include "platform/db/DBformat.h"
-#include "platform/db/DBtableImpl.h"
 #include "platform/db/DBtran.h"
+#include "platform/db/table/DBtableImpl.h"
 
 int DBtable::b_newDBBase = 0;
 KoCriticalSection DBtable::DBCriticalSection;

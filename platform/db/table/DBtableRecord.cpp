@@ -3,7 +3,7 @@
 #include <cstring>
 
 #include "platform/db/DBformat.h"
-#include "platform/db/DBtableImpl.h"
+#include "platform/db/table/DBtableImpl.h"
 
 namespace {
 

@@ -9,7 +9,7 @@
 #include "platform/db/DBclause.h"
 #include "platform/db/DBfault.h"
 #include "platform/db/DBtable.h"
-#include "platform/db/InputValue.h"
+#include "platform/db/DBvalue.h"
 
 namespace dbtable {
 // The statements a table sends as templates.

@@ -6,8 +6,8 @@
 
 #include "platform/db/DBerrors.h"
 #include "platform/db/DBformat.h"
-#include "platform/db/DBtableImpl.h"
 #include "platform/db/SqlTokens.h"
+#include "platform/db/table/DBtableImpl.h"
 
 namespace {
 

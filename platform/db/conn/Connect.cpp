@@ -6,7 +6,7 @@
 #include "platform/db/Backend.h"
 #include "platform/db/DBerrors.h"
 #include "platform/db/DBschema.h"
-#include "platform/db/PoolInternal.h"
+#include "platform/db/conn/PoolInternal.h"
 #include "platform/db/sqlite/Sqlite.h"
 
 // The ODBC backend is compiled exactly when TASKDB_WITH_ODBC is on (platform/CMakeLists.txt).

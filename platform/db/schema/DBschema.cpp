@@ -7,8 +7,8 @@
 #include "platform/db/Bind.h"
 #include "platform/db/DBcatalog.h"
 #include "platform/db/DBerrors.h"
-#include "platform/db/PoolInternal.h"
 #include "platform/db/SchemaDdl.h"
+#include "platform/db/conn/PoolInternal.h"
 
 namespace {
 

@@ -12,7 +12,7 @@
 
 #include "platform/db/Backend.h"
 #include "platform/db/DBconfig.h"
-#include "platform/db/PoolInternal.h"
+#include "platform/db/conn/PoolInternal.h"
 
 namespace dbl {
 

@@ -4,7 +4,7 @@
 #include <cstdlib>
 #include <mutex>
 
-#include "platform/db/PoolInternal.h"
+#include "platform/db/conn/PoolInternal.h"
 
 namespace dbconfig {
 
