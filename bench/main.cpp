@@ -51,6 +51,7 @@ int main(int argc, char** argv) {
     bench::addReadCases();
     bench::addWriteCases();
     bench::addRecordCases();
+    bench::addTaskManagerCases();
     bench::registerCases(smoke ? 1 : iterations, store.dir + "/trace.log");
 
     bench::TableReporter reporter(smoke);
