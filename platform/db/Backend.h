@@ -12,6 +12,9 @@
 
 namespace dbl {
 
+// The SQL a connection's database speaks (the library's own is SQL Server's).
+enum class Dialect { SqlServer, Sqlite, Postgres };
+
 struct Error {
     int code = 0;
     std::string text;
@@ -69,6 +72,8 @@ class Connection {
   public:
     virtual ~Connection() = default;
     virtual const char* backendName() const = 0;
+    // The database's SQL dialect (cursor bindings choose their statement text by it).
+    virtual Dialect dialect() const = 0;
     // Starts a transaction: `write` asks for the write lock at once (so writers queue instead of
     // failing later), otherwise a read transaction.
     virtual int begin(bool write, Error& err) = 0;

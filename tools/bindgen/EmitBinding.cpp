@@ -31,20 +31,28 @@ void emitSetValues(std::ostream& h, const Object& o) {
     }
     const bool cursor = o.kind == Kind::Cursor;
     h << "    // The input arguments: as argument text when row objects are off, else as bound values.\n"
-      << "    void setValues(" << params << ") {\n"
-      << "        if (DBtable::b_newDBBase == 0) {\n";
-    if (cursor)
-        h << "            querySizeCheck(std::strlen(kStatement) + " << room << ", true);\n"
-          << "            CallDBsprintfWrapper(statementFormat(), " << argNames(o.args) << ");\n";
-    else
-        h << "            valuesClauseCheck(" << room << ");\n"
-          << "            CallDBsprintfWrapper(" << cLiteral(o.argFormat) << ", " << argNames(o.args)
-          << ");\n";
-    h << "        } else {\n"
-      << "            setKODBValues(" << values << ");\n"
-      << "            setValuesBound(true);\n"
-      << "        }\n"
-      << "    }\n";
+      << "    void setValues(" << params << ") {\n";
+    if (cursor && (!o.sqliteStatement.empty() || !o.postgresStatement.empty())) {
+        // A statement written per database is filled at open for the connection's database, from
+        // bound values.
+        h << "        setKODBValues(" << values << ");\n"
+          << "        setValuesBound(true);\n"
+          << "    }\n";
+    } else {
+        h << "        if (DBtable::b_newDBBase == 0) {\n";
+        if (cursor)
+            h << "            querySizeCheck(std::strlen(kStatement) + " << room << ", true);\n"
+              << "            CallDBsprintfWrapper(statementFormat(), " << argNames(o.args) << ");\n";
+        else
+            h << "            valuesClauseCheck(" << room << ");\n"
+              << "            CallDBsprintfWrapper(" << cLiteral(o.argFormat) << ", " << argNames(o.args)
+              << ");\n";
+        h << "        } else {\n"
+          << "            setKODBValues(" << values << ");\n"
+          << "            setValuesBound(true);\n"
+          << "        }\n"
+          << "    }\n";
+    }
     std::string vparams;
     for (size_t i = 0; i < o.args.size(); ++i)
         vparams += (i ? ", " : "") + std::string("KODBDataTypeBase* v") + std::to_string(i + 1);
@@ -79,7 +87,10 @@ void emitBinding(std::ostream& h, const Object& o) {
     } else if (o.kind == Kind::Procedure) {
         h << "    static constexpr const char* kSignature = " << cLiteral(o.signature) << ";\n";
     } else {
-        h << "    static constexpr const char* kStatement = " << cLiteral(o.statement) << ";\n";
+        h << "    static constexpr const char* kStatement = " << cLiteral(o.statement) << ";\n"
+          << "    static constexpr const char* kSqliteStatement = " << cLiteral(o.sqliteStatement) << ";\n"
+          << "    static constexpr const char* kPostgresStatement = " << cLiteral(o.postgresStatement)
+          << ";\n";
     }
     h << "\n    explicit " << n << "(DBtran* tran) : DBtable(kName, 0, tran) {\n"
       << "        setKind(kKind);\n"
@@ -94,7 +105,8 @@ void emitBinding(std::ostream& h, const Object& o) {
     h << "        setDescription(kDescription);\n"
       << "        setRecord(&m_data, " << n << "_t::columns(), " << n << "_t::kColumnCount);\n";
     if (table) h << "        setOrderBy(kOrderBy);\n";
-    if (o.kind == Kind::Cursor) h << "        setStatementText(kStatement);\n";
+    if (o.kind == Kind::Cursor)
+        h << "        setStatementText(kStatement, kSqliteStatement, kPostgresStatement);\n";
     h << "        dataBindClearFirstTime();\n"
       << "        setExtIndicatorArray(m_indicators);\n"
       << "        if (DBtable::b_newDBBase == 1) m_row = new " << n << "_t2;\n";
@@ -123,7 +135,7 @@ void emitBinding(std::ostream& h, const Object& o) {
       << "    }\n";
     if (!table) emitSetValues(h, o);
     h << "\nprivate:\n";
-    if (o.kind == Kind::Cursor)
+    if (o.kind == Kind::Cursor && o.sqliteStatement.empty() && o.postgresStatement.empty())
         h << "    // Not a literal, so that an empty statement still takes its arguments.\n"
           << "    static const char* statementFormat() { return kStatement; }\n";
     h << "    " << n << "_t m_data;\n"

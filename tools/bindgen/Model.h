@@ -39,6 +39,9 @@ struct Object {
     std::string argFormat;
     int room = 0;
     std::string statement;
+    // The cursor's statement for SQLite and for PostgreSQL ("" : the statement above, translated).
+    std::string sqliteStatement;
+    std::string postgresStatement;
 };
 
 // Reads objects.def; on failure returns false with "file:line: reason" in `error`.

@@ -12,6 +12,8 @@ struct ToolContext {
 void addInitCommand(CLI::App& app, ToolContext& ctx);
 void addDemoCommand(CLI::App& app, ToolContext& ctx);
 void addStoreCommands(CLI::App& app, ToolContext& ctx);
+// jobs list, jobs finish (after addStoreCommands, which makes `jobs`).
+void addJobStatsCommands(CLI::App& app, ToolContext& ctx);
 // Applies --url to the database layer.
 void applyUrl(const ToolContext& ctx);
 // task create, task run (on the "task" subcommand, added before) and taskmgr serve.

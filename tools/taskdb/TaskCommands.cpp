@@ -50,9 +50,15 @@ void addTaskCommands(CLI::App& app, ToolContext& ctx) {
             std::cout << info.task.taskId << '\n';
     });
 
-    auto* jobs = app.add_subcommand("jobs", "The jobs started from a task");
-    jobs->add_option("task", a.taskId, "Task id")->required();
-    jobs->callback([&] {
+    auto* jobs = app.add_subcommand("jobs", "The jobs started from a task (jobs TASK), or the job history");
+    auto* taskArg = jobs->add_option("task", a.taskId, "Task id");
+    jobs->callback([&, jobs, taskArg] {
+        if (!jobs->get_subcommands().empty()) return;
+        if (taskArg->count() == 0) {
+            std::cerr << "taskdb jobs: give a task id, or a subcommand (see --help)\n";
+            ctx.exitCode = 2;
+            return;
+        }
         Session s(ctx);
         _TaskInfo info;
         info.taskId = a.taskId;

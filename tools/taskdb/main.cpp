@@ -25,6 +25,7 @@ int main(int argc, char** argv) {
     addDemoCommand(app, ctx);
     addStoreCommands(app, ctx);
     addTaskManagerCommands(app, ctx);
+    addJobStatsCommands(app, ctx);
 
     try {
         app.parse(argc, argv);

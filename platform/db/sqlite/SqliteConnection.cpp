@@ -22,6 +22,7 @@ class SqliteConnection : public Connection {
     ~SqliteConnection() override { m_core->detach(); }
 
     const char* backendName() const override { return "sqlite"; }
+    Dialect dialect() const override { return Dialect::Sqlite; }
 
     // Writers take the write lock at BEGIN, so that they queue on the busy timeout instead of failing
     // later when a read transaction would have to be upgraded.

@@ -49,7 +49,7 @@ int DBtable::openCursor() {
         }
         if (!m.stmt && e.code == 0) {
             std::string sql;
-            code = m.kind == kCursor ? m.cursorText(sql) : 0;
+            code = m.kind == kCursor ? m.cursorText(sql, conn->dialect()) : 0;
             if (code == 0) {
                 if (m.kind != kCursor) sql = m.selectText();
                 EvDebug::DebugLvl(10, kTrace, "open [%s]: %s", m.name.c_str(), sql.c_str());
