@@ -18,3 +18,5 @@ void addJobStatsCommands(CLI::App& app, ToolContext& ctx);
 void applyUrl(const ToolContext& ctx);
 // task create, task run (on the "task" subcommand, added before) and taskmgr serve.
 void addTaskManagerCommands(CLI::App& app, ToolContext& ctx);
+// compliance options|record-centers|connectors|legal-holds|tags, search populate.
+void addComplianceCommands(CLI::App& app, ToolContext& ctx);

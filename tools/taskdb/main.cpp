@@ -26,6 +26,7 @@ int main(int argc, char** argv) {
     addStoreCommands(app, ctx);
     addTaskManagerCommands(app, ctx);
     addJobStatsCommands(app, ctx);
+    addComplianceCommands(app, ctx);
 
     try {
         app.parse(argc, argv);
