@@ -97,6 +97,22 @@ CNMessageBase* present(CNMessageBase* parent, int id) {
     return parent->getObjectAccessor(id);
 }
 
+// The request as traced: the values of password attributes replaced, so that no secret reaches the log.
+std::string traceable(const std::string& xml) {
+    static const std::string attribute = "password=\"";
+    std::string out = xml;
+    for (std::size_t at = out.find(attribute); at != std::string::npos; at = out.find(attribute, at)) {
+        at += attribute.size();
+        const std::size_t end = out.find('"', at);
+        if (end == std::string::npos) {
+            out.replace(at, std::string::npos, "***");
+            break;
+        }
+        out.replace(at, end - at, "***");
+    }
+    return out;
+}
+
 }  // namespace
 
 namespace searchclock {
@@ -108,7 +124,7 @@ void set(std::time_t (*clock)()) {
 int populateSearchOption(std::string& xml, std::string& err, int securityUser) {
     const char* name = "TaskInterfaceDB::populateSearchOption";
     EvEvent event(name);
-    EvDebug::DebugLvl(3, name, "Input xmlValue [%s]", xml.c_str());
+    if (EvDebug::enabled(3)) EvDebug::DebugLvl(3, name, "Input xmlValue [%s]", traceable(xml).c_str());
     std::unique_ptr<CNMessageBase> request = CNMessageBase::create(kFamily, kSearchRequest);
     if (!request || CNMessageBase::Initialize() != 0) {
         err = "XML Message initilization failed";

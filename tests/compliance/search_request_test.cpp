@@ -7,6 +7,7 @@
 #include <string>
 
 #include "TaskInterfaceDB/SearchRequest.h"
+#include "platform/trace/EvDebug.h"
 #include "platform/xml/Messages.h"
 #include "support/TestStore.h"
 
@@ -236,6 +237,16 @@ TEST_P(SearchRequestTest, DomainProvidersOfTheNamedDomainsWithoutLoginOrPassword
         EXPECT_FALSE(creds.item(i).isSet(4));
     }
     EXPECT_EQ(xml.find("secret"), std::string::npos);
+
+    // A password carried in the stored request never reaches the trace.
+    std::string withPassword =
+        "<DM2ContentIndexing_SearchRequest><CFieldsAdminComp><domainCredential "
+        "domainName=\"X\" password=\"hunter2\"/></CFieldsAdminComp>"
+        "</DM2ContentIndexing_SearchRequest>";
+    evtrace::Capture cap(3);
+    ASSERT_EQ(populateSearchOption(withPassword, err, 0), 0);
+    ASSERT_EQ(cap.find("Input xmlValue [", "TaskInterfaceDB::populateSearchOption").size(), 1u);
+    for (const EvTraceLine& line : cap.lines()) EXPECT_EQ(line.text.find("hunter2"), std::string::npos);
     EXPECT_EQ(xml.find("admin"), std::string::npos);
 
     // No domain named: the credential list is emptied.
