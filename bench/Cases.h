@@ -49,7 +49,10 @@ double targetOf(Kind kind);
 void addReadCases();
 void addWriteCases();
 void addRecordCases();
+void addXmlCases();
 void addTaskManagerCases();
+void addServerCases();
+void addPlatformCases();
 
 // Ends the run of a body with an error that the table shows, instead of a time.
 void failed(benchmark::State& state, const std::string& what);

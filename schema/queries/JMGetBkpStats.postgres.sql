@@ -10,9 +10,9 @@ WITH scope AS MATERIALIZED (
 ),
 filteredJobs AS MATERIALIZED (
   SELECT %s * FROM (
-    SELECT JMBkpStats.jobId AS t_jobID, JMBkpStats.orbisId AS t_orbisId, JMBkpStats.servStartDate AS t_servStartDate
+    (SELECT JMBkpStats.jobId AS t_jobID, JMBkpStats.orbisId AS t_orbisId, JMBkpStats.servStartDate AS t_servStartDate
     FROM JMBkpStats
-    CROSS JOIN scope
+    WHERE EXISTS (SELECT 1 FROM scope
     CROSS JOIN APP_Application
     CROSS JOIN JMJobStats
     WHERE APP_Application.id = JMBkpStats.appId
@@ -35,11 +35,12 @@ filteredJobs AS MATERIALIZED (
                                           APP_Application.appTypeId, APP_Application.instance, APP_Application.backupSet,
                                           JMBkpStats.appId) = 1
                        OR isClientVisible(scope.userId, JMMorrowUpdateStatus.clientId, 0, 0, 0, 0) = 1))
-            AND %w))
+            AND %w)))
+    ORDER BY JMBkpStats.servStartDate DESC)
     UNION ALL
-    SELECT JMAdminJobStatsTable.jobId, JMAdminJobStatsTable.orbisId, JMAdminJobStatsTable.servStartDate
+    (SELECT JMAdminJobStatsTable.jobId, JMAdminJobStatsTable.orbisId, JMAdminJobStatsTable.servStartDate
     FROM JMAdminJobStatsTable
-    CROSS JOIN scope
+    WHERE EXISTS (SELECT 1 FROM scope
     CROSS JOIN APP_Application
     CROSS JOIN JMJobStats
     WHERE scope.complianceId <> 0
@@ -50,7 +51,8 @@ filteredJobs AS MATERIALIZED (
       AND JMAdminJobStatsTable.opType <> 60
       AND (scope.userId = 0 OR JMAdminJobStatsTable.username = scope.userName)
       AND EXISTS (SELECT 1 FROM JMCompliancePolicyQualifiedJobs q
-           WHERE q.jobId = JMAdminJobStatsTable.jobId AND q.complianceId = scope.complianceId AND q.status <> 4)
+           WHERE q.jobId = JMAdminJobStatsTable.jobId AND q.complianceId = scope.complianceId AND q.status <> 4))
+    ORDER BY JMAdminJobStatsTable.servStartDate DESC)
   ) candidates
   ORDER BY t_servStartDate DESC
 ),

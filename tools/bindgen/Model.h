@@ -49,7 +49,7 @@ bool parseObjects(const std::string& path, std::vector<Object>& objects, std::st
 
 // The C++ text of one binding header, and of the table catalogue.
 std::string bindingHeader(const Object& object);
-// The raw record's own header (include/Db/Rec/<Name>.h): needs the platform's DBtypes.h only.
+// The raw record's own header (include/platform/records/<Name>.h): needs the platform's DBtypes.h only.
 std::string recordHeader(const Object& object);
 std::string catalogSource(const std::vector<Object>& objects);
 // "Tbl", "Proc" or "Cursor": the folder of the object's header under include/Db.
