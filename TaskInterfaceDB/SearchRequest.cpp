@@ -9,6 +9,7 @@
 #include "Db/Proc/SearchSecurityCheck.h"
 #include "Db/Tbl/UMDSProviders.h"
 #include "platform/db/DBtable.h"
+#include "platform/secrets/Secrets.h"
 #include "platform/trace/EvDebug.h"
 #include "platform/trace/EvEvent.h"
 #include "platform/xml/Messages.h"
@@ -232,6 +233,8 @@ void populateADAdministrators(CNMessageBase& request) {
     std::vector<std::unique_ptr<CNMessageBase>> credentials;
     if (!domains.empty()) {
         auto providers = std::make_unique<UMDSProviders>(nullptr);
+        KOPassword passwords;
+        std::vector<char> clear(4104);
         int rows = 0, rc = 0;
         while ((rc = getNextRow(providers.get(), &rows, -1, 0)) == 0) {
             const UMDSProviders_t& row = *providers->getDataPtr();
@@ -239,8 +242,11 @@ void populateADAdministrators(CNMessageBase& request) {
             std::unique_ptr<CNMessageBase> credential = CNMessageBase::create(kFamily, kDomainCredential);
             credential->setstring(kHostName, row.hostName);
             credential->setstring(kDomainName, row.domainName);
-            // The login and the decrypted password never reach the credential: it carries no user name and no
-            // password (kept so).
+            // The login and the deciphered password never reach the credential: it carries no user name and
+            // no password (kept so), and the clear text is wiped at once.
+            unsigned long size = static_cast<unsigned long>(clear.size());
+            if (passwords.decrypt(row.password, clear.data(), &size) != 0)
+                for (volatile char* c = clear.data(); c != clear.data() + clear.size(); ++c) *c = 0;
             if (row.useSecureLdap == 1) credential->setint64(kSecureLdap, 1);
             credentials.push_back(std::move(credential));
         }

@@ -5,6 +5,7 @@
 #include <sstream>
 
 #include "TaskInterfaceDB/SearchRequest.h"
+#include "tools/taskdb/Args.h"
 #include "tools/taskdb/Output.h"
 #include "tools/taskdb/Session.h"
 
@@ -24,12 +25,8 @@ std::string masked(const std::string& secret) {
     return secret.empty() ? "" : "***";
 }
 
-int listed(const char* what, bool filtered, std::size_t count) {
-    if (filtered && count == 0) {
-        std::cerr << "taskdb: no " << what << " found\n";
-        return 1;
-    }
-    return 0;
+int listed(const std::string& what, bool filtered, std::size_t count) {
+    return filtered && count == 0 ? reportNotFound(what) : kExitOk;
 }
 
 int options(const ToolContext& ctx, const ComplianceArgs& a) {
@@ -38,7 +35,7 @@ int options(const ToolContext& ctx, const ComplianceArgs& a) {
     std::string err;
     int rc = s.ti().getComplianceOptionList(0, rows, err, a.complianceId,
                                             static_cast<koComplianceOptions>(a.kind), a.user);
-    if (rc != 0) return reportFailure("getComplianceOptionList", rc, err);
+    if (rc != 0) return checkCall("getComplianceOptionList", rc, err);
     Json out = Json::array();
     std::vector<std::vector<std::string>> table;
     for (const auto& r : rows) {
@@ -46,7 +43,9 @@ int options(const ToolContext& ctx, const ComplianceArgs& a) {
         table.push_back({std::to_string(r.optionType), r.xmlValue});
     }
     ctx.json ? printJson(out) : printTable({"KIND", "XML"}, table);
-    return listed("compliance option", true, rows.size());
+    // A search request that could not be completed leaves its text in err while the list itself succeeds.
+    if (checkCall("getComplianceOptionList", rc, err) != kExitOk) return kExitFailure;
+    return listed("compliance options of " + std::to_string(a.complianceId), true, rows.size());
 }
 
 int recordCenters(const ToolContext& ctx, const ComplianceArgs& a) {
@@ -54,7 +53,7 @@ int recordCenters(const ToolContext& ctx, const ComplianceArgs& a) {
     std::list<_RecordCenterInfo> rows;
     std::string err;
     int rc = s.ti().getRecordCenterList(rows, err, a.id);
-    if (rc != 0) return reportFailure("getRecordCenterList", rc, err);
+    if (checkCall("getRecordCenterList", rc, err) != kExitOk) return kExitFailure;
     Json out = Json::array();
     std::vector<std::vector<std::string>> table;
     for (const auto& r : rows) {
@@ -72,7 +71,7 @@ int recordCenters(const ToolContext& ctx, const ComplianceArgs& a) {
                          std::to_string(r.type), std::to_string(r.status)});
     }
     ctx.json ? printJson(out) : printTable({"ID", "NAME", "URL", "USER", "DOMAIN", "TYPE", "STATUS"}, table);
-    return listed("record center", a.id >= 0, rows.size());
+    return listed("record center " + std::to_string(a.id), a.id >= 0, rows.size());
 }
 
 int connectors(const ToolContext& ctx, const ComplianceArgs& a) {
@@ -80,7 +79,7 @@ int connectors(const ToolContext& ctx, const ComplianceArgs& a) {
     std::list<_RecordConnectorInfo> rows;
     std::string err;
     int rc = s.ti().getRecordConnectorList(rows, err, a.id);
-    if (rc != 0) return reportFailure("getRecordConnectorList", rc, err);
+    if (checkCall("getRecordConnectorList", rc, err) != kExitOk) return kExitFailure;
     Json out = Json::array();
     std::vector<std::vector<std::string>> table;
     for (const auto& r : rows) {
@@ -95,7 +94,7 @@ int connectors(const ToolContext& ctx, const ComplianceArgs& a) {
                          std::to_string(r.status)});
     }
     ctx.json ? printJson(out) : printTable({"ID", "NAME", "RECORD", "RECORD NAME", "STATUS"}, table);
-    return listed("connector", a.id >= 0, rows.size());
+    return listed("connector " + std::to_string(a.id), a.id >= 0, rows.size());
 }
 
 int legalHolds(const ToolContext& ctx, const ComplianceArgs& a) {
@@ -103,7 +102,7 @@ int legalHolds(const ToolContext& ctx, const ComplianceArgs& a) {
     std::list<_LegalHoldInfo> rows;
     std::string err;
     int rc = s.ti().getLegalHoldList(rows, err, a.textId);
-    if (rc != 0) return reportFailure("getLegalHoldList", rc, err);
+    if (checkCall("getLegalHoldList", rc, err) != kExitOk) return kExitFailure;
     Json out = Json::array();
     std::vector<std::vector<std::string>> table;
     for (const auto& r : rows) {
@@ -120,7 +119,7 @@ int legalHolds(const ToolContext& ctx, const ComplianceArgs& a) {
             {r.legalHoldId, r.name, std::to_string(r.backupsetId), std::to_string(r.retainUntil)});
     }
     ctx.json ? printJson(out) : printTable({"ID", "NAME", "BACKUP SET", "RETAIN UNTIL"}, table);
-    return listed("legal hold", !a.textId.empty(), rows.size());
+    return listed("legal hold " + a.textId, !a.textId.empty(), rows.size());
 }
 
 int tags(const ToolContext& ctx, const ComplianceArgs& a) {
@@ -130,7 +129,7 @@ int tags(const ToolContext& ctx, const ComplianceArgs& a) {
     _DM2TagInfo filter;
     filter.tagId = a.textId;
     int rc = s.ti().getTagList(rows, err, &filter);
-    if (rc != 0) return reportFailure("getTagList", rc, err);
+    if (checkCall("getTagList", rc, err) != kExitOk) return kExitFailure;
     Json out = Json::array();
     std::vector<std::vector<std::string>> table;
     for (const auto& r : rows) {
@@ -142,18 +141,18 @@ int tags(const ToolContext& ctx, const ComplianceArgs& a) {
         table.push_back({r.tagId, r.tagValue, r.description, r.createdBy});
     }
     ctx.json ? printJson(out) : printTable({"ID", "VALUE", "DESCRIPTION", "CREATED BY"}, table);
-    return listed("tag", !a.textId.empty(), rows.size());
+    return listed("tag " + a.textId, !a.textId.empty(), rows.size());
 }
 
 int populate(const ToolContext& ctx, const ComplianceArgs& a) {
     std::ifstream in(a.file, std::ios::binary);
-    if (!in) return reportFailure("search populate", 1, "cannot read " + a.file);
+    if (!in) return reportFailure("search populate", kExitFailure, "cannot read " + a.file);
     std::ostringstream text;
     text << in.rdbuf();
     std::string xml = text.str(), err;
     Session s(ctx);
     int rc = populateSearchOption(xml, err, a.user);
-    if (rc != 0) return reportFailure("populateSearchOption", rc, err);
+    if (checkCall("populateSearchOption", rc, err) != kExitOk) return kExitFailure;
     if (ctx.json)
         printJson({{"xml", xml}});
     else
@@ -168,15 +167,15 @@ void addComplianceCommands(CLI::App& app, ToolContext& ctx) {
     auto* comp = app.add_subcommand("compliance", "The compliance lists");
     comp->require_subcommand(1);
     auto* opts = comp->add_subcommand("options", "A compliance definition's options");
-    opts->add_option("--id", a.complianceId, "Compliance id")->required();
-    opts->add_option("--kind", a.kind, "Option kind 0-10, 11 every kind (default)")->check(CLI::Range(0, 11));
-    opts->add_option("--user", a.user, "User of the search requests' security check (0: every client)");
+    addNumber(opts, "--id", a.complianceId, "Compliance id")->required();
+    addNumber(opts, "--kind", a.kind, "Option kind 0-10, 11 every kind (default)", 0, 11);
+    addNumber(opts, "--user", a.user, "User of the search requests' security check (0: every client)");
     opts->callback([&] { ctx.exitCode = options(ctx, a); });
     auto* rc = comp->add_subcommand("record-centers", "Record centers");
-    rc->add_option("--id", a.id, "Record center id (default: all)");
+    addNumber(rc, "--id", a.id, "Record center id (default: all)");
     rc->callback([&] { ctx.exitCode = recordCenters(ctx, a); });
     auto* conn = comp->add_subcommand("connectors", "Record center connectors");
-    conn->add_option("--id", a.id, "Connector id (default: all)");
+    addNumber(conn, "--id", a.id, "Connector id (default: all)");
     conn->callback([&] { ctx.exitCode = connectors(ctx, a); });
     auto* holds = comp->add_subcommand("legal-holds", "Legal holds");
     holds->add_option("--id", a.textId, "Legal hold id (the library's filter never selects by it)");
@@ -190,6 +189,6 @@ void addComplianceCommands(CLI::App& app, ToolContext& ctx) {
     auto* pop =
         search->add_subcommand("populate", "Print a search request completed from the store and the clock");
     pop->add_option("file", a.file, "The request (DM2ContentIndexing_SearchRequest XML)")->required();
-    pop->add_option("--user", a.user, "User of the security check (0: every client)");
+    addNumber(pop, "--user", a.user, "User of the security check (0: every client)");
     pop->callback([&] { ctx.exitCode = populate(ctx, a); });
 }
