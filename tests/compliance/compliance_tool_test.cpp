@@ -53,6 +53,15 @@ TEST_P(ComplianceToolTest, ListsAndPopulatesWithExitCodes) {
     EXPECT_EQ(json[0]["password"], "***");
     EXPECT_EQ(centers.out.find("enc:xyz"), std::string::npos);
     EXPECT_EQ(tool(url, "compliance connectors --id 4").status, 1);  // not found
+    EXPECT_EQ(tool(url, "compliance options").status, 2);            // usage
+
+    // The first search request is completed on an empty text: a warning, not a failed listing.
+    exec(
+        "INSERT INTO SchedAdminComplianceOptions (id, dataType, complianceId, xmlValue, status) VALUES "
+        "(1, 1, 3, '<DM2ContentIndexing_SearchRequest/>', 1)");
+    ToolRun options = tool(url, "--json compliance options --id 3");
+    ASSERT_EQ(options.status, 0) << options.out;
+    EXPECT_EQ(nlohmann::json::parse(options.out)[0]["kind"], 1);
 
     const auto file =
         std::filesystem::temp_directory_path() / ("search-" + std::to_string(getpid()) + ".xml");
