@@ -40,3 +40,5 @@ void addWorldCommands(CLI::App& app, ToolContext& ctx);
 CLI::App* sharedSubcommand(CLI::App& app, const std::string& name, const std::string& description);
 // password, config, streams.
 void addPlatformCommands(CLI::App& app, ToolContext& ctx);
+// compliance options|record-centers|connectors|legal-holds|tags, search populate.
+void addComplianceCommands(CLI::App& app, ToolContext& ctx);

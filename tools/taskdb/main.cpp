@@ -92,6 +92,7 @@ int main(int argc, char** argv) {
     addTaskManagerCommands(app, ctx);
     addWorldCommands(app, ctx);
     addPlatformCommands(app, ctx);
+    addComplianceCommands(app, ctx);
 
     try {
         app.parse(argc, argv);

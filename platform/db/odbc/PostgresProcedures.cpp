@@ -92,6 +92,22 @@ std::vector<std::string> postgresProcedures() {
         // The client's SRV_ClientProp.baselineStatus; no row for a client without one ($2 is unused).
         function("GetBaseLineStatus", "bigint, bigint", "o_baselineStatus integer",
                  "SELECT baselineStatus FROM SRV_ClientProp WHERE clientId = $1"),
+
+        // The subclients of clients not deleted that user $1 may see (isClientVisible, the job listing's
+        // rule), of the listed application types (any when empty), of the listed clients or the clients of
+        // the listed groups (any when both are empty); by client, application type, subclient. $5 and $6
+        // change nothing.
+        function(
+            "SearchSecurityCheck", "bigint, text, text, text, bigint, bigint",
+            "clientId integer, apptypeId integer, subclientId integer",
+            "SELECT a.clientId, a.appTypeId, a.id FROM APP_Application a JOIN APP_Client c ON c.id = "
+            "a.clientId WHERE c.deleted = 0 "
+            "AND (COALESCE($2, '') = '' OR a.appTypeId IN (SELECT value::bigint FROM SplitString($2, ','))) "
+            "AND ((COALESCE($3, '') = '' AND COALESCE($4, '') = '') "
+            "OR a.clientId IN (SELECT value::bigint FROM SplitString($3, ',')) "
+            "OR a.clientId IN (SELECT g.clientId FROM APP_ClientGroupAssoc g WHERE g.clientGroupId IN "
+            "(SELECT value::bigint FROM SplitString($4, ',')))) "
+            "AND isClientVisible($1, a.clientId, 0, 0, 0, 0) = 1 ORDER BY a.clientId, a.appTypeId, a.id"),
     };
 }
 

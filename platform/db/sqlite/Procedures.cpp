@@ -90,6 +90,23 @@ const Procedure kProcedures[] = {
     // no row for a client without one. The second argument is the caller's and changes nothing.
     {"GetBaseLineStatus", 2,
      "SELECT baselineStatus AS o_baselineStatus FROM SRV_ClientProp WHERE clientId = ?1 AND ?2 = ?2"},
+
+    // SearchSecurityCheck(userId, appTypeIds, clientIds, clientGroupIds, a, b) -> (clientId, apptypeId,
+    // subclientId): the subclients of clients not deleted that user ?1 may see (isClientVisible, the
+    // job listing's rule), of the listed application types (any when the list is empty), of the listed
+    // clients or the clients of the listed groups (any client when both lists are empty); ordered by
+    // client, application type, subclient. The lists are comma-separated ids; a and b change nothing.
+    {"SearchSecurityCheck", 6,
+     "SELECT a.clientId AS clientId, a.appTypeId AS apptypeId, a.id AS subclientId FROM APP_Application a "
+     "JOIN APP_Client c ON c.id = a.clientId WHERE c.deleted = 0 "
+     "AND (COALESCE(?2, '') = '' OR a.appTypeId IN "
+     "(SELECT CAST(value AS INTEGER) FROM json_each(SplitString(?2, ',')))) "
+     "AND ((COALESCE(?3, '') = '' AND COALESCE(?4, '') = '') "
+     "OR a.clientId IN (SELECT CAST(value AS INTEGER) FROM json_each(SplitString(?3, ','))) "
+     "OR a.clientId IN (SELECT g.clientId FROM APP_ClientGroupAssoc g WHERE g.clientGroupId IN "
+     "(SELECT CAST(value AS INTEGER) FROM json_each(SplitString(?4, ','))))) "
+     "AND isClientVisible(?1, a.clientId, 0, 0, 0, 0) = 1 AND ?5 = ?5 AND ?6 = ?6 "
+     "ORDER BY a.clientId, a.appTypeId, a.id"},
 };
 
 }  // namespace
