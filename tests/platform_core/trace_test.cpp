@@ -12,6 +12,19 @@
 
 #include "platform/trace/EvDebug.h"
 
+namespace {
+std::filesystem::path tracePath(const std::string& tag) {
+    auto path = std::filesystem::temp_directory_path() /
+                ("taskdb-trace-" + tag + "-" + std::to_string(getpid()) + ".log");
+    for (int i = 0; i < 4; ++i) std::filesystem::remove(path.string() + (i ? "." + std::to_string(i) : ""));
+    return path;
+}
+std::string slurp(const std::filesystem::path& path) {
+    std::ifstream in(path, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+}  // namespace
+
 TEST(Trace, LevelFilterJobFormKindsAndLongTexts) {
     evtrace::Capture cap(5);
     EvDebug::DebugLvl(5, "TaskInterfaceDB::lookup", "Called with jobId[%lld]", 42LL);
@@ -37,9 +50,7 @@ TEST(Trace, LevelFilterJobFormKindsAndLongTexts) {
 }
 
 TEST(Trace, FileLinesCarryTimePidThreadJobAndName) {
-    auto path =
-        std::filesystem::temp_directory_path() / ("taskdb-trace-" + std::to_string(getpid()) + ".log");
-    std::filesystem::remove(path);
+    auto path = tracePath("lines");
     int saved = evtrace::level();
     evtrace::setLevel(5);
     evtrace::setFile(path.string());
@@ -70,19 +81,6 @@ TEST(Trace, FileLinesCarryTimePidThreadJobAndName) {
     EXPECT_EQ(m2[5].str(), "-");
     EXPECT_NE(m1[3].str(), m2[3].str());  // different threads
 }
-
-namespace {
-std::filesystem::path tracePath(const std::string& tag) {
-    auto path = std::filesystem::temp_directory_path() /
-                ("taskdb-trace-" + tag + "-" + std::to_string(getpid()) + ".log");
-    for (int i = 0; i < 4; ++i) std::filesystem::remove(path.string() + (i ? "." + std::to_string(i) : ""));
-    return path;
-}
-std::string slurp(const std::filesystem::path& path) {
-    std::ifstream in(path, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-}
-}  // namespace
 
 TEST(Trace, ControlCharactersCannotForgeALine) {
     auto path = tracePath("escape");
