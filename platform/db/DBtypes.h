@@ -92,3 +92,9 @@ struct DBschemaTable {
     const char* identity;  // "" when the table has none
     const char* orderBy;
 };
+struct DBschemaIndex {
+    const char* name;
+    const char* table;
+    const char* columns;  // comma-separated, each may end in DESC or ASC
+    bool unique;
+};

@@ -26,10 +26,25 @@ std::string catalogSource(const std::vector<Object>& objects) {
           << cLiteral(o.identity) << ", " << cLiteral(o.orderBy) << "},\n";
     }
     c << "};\n"
+      << "const DBschemaIndex kIndexes[] = {\n";
+    int indexes = 0;
+    for (const Object& o : objects) {
+        for (const Index& ix : o.indexes) {
+            ++indexes;
+            c << "    {" << cLiteral(ix.name) << ", " << cLiteral(o.name) << ", " << cLiteral(ix.columns)
+              << ", " << (ix.unique ? "true" : "false") << "},\n";
+        }
+    }
+    if (!indexes) c << "    {\"\", \"\", \"\", false},\n";
+    c << "};\n"
       << "}  // namespace\n\n"
       << "const DBschemaTable* DBcatalogTables(int* count) {\n"
       << "    *count = " << tables << ";\n"
       << "    return kTables;\n"
+      << "}\n\n"
+      << "const DBschemaIndex* DBcatalogIndexes(int* count) {\n"
+      << "    *count = " << indexes << ";\n"
+      << "    return kIndexes;\n"
       << "}\n";
     return c.str();
 }

@@ -11,6 +11,13 @@ struct Column {
     int width = 0;      // n of s<n>/u<n>; 0 when unbounded
 };
 
+// An index of a table: created with it; `columns` is comma-separated, each may end in DESC or ASC.
+struct Index {
+    std::string name;
+    std::string columns;
+    bool unique = false;
+};
+
 enum class Kind { Table = 1, Procedure = 2, Cursor = 3 };
 
 struct Object {
@@ -25,6 +32,7 @@ struct Object {
     int identityIndex = 0;
     std::string orderBy;
     std::vector<std::string> keys;
+    std::vector<Index> indexes;
     // procedures and the cursor
     std::string signature;
     std::string args;  // one letter per argument: i int, b long long, s const char*
@@ -38,6 +46,8 @@ bool parseObjects(const std::string& path, std::vector<Object>& objects, std::st
 
 // The C++ text of one binding header, and of the table catalogue.
 std::string bindingHeader(const Object& object);
+// The raw record's own header (include/Db/Rec/<Name>.h): needs the platform's DBtypes.h only.
+std::string recordHeader(const Object& object);
 std::string catalogSource(const std::vector<Object>& objects);
 // "Tbl", "Proc" or "Cursor": the folder of the object's header under include/Db.
 const char* headerFolder(Kind kind);

@@ -75,6 +75,22 @@ std::string conversionsOf(const std::string& format) {
     return out;
 }
 
+// Each of the index's comma-separated columns must be a column, optionally followed by DESC or ASC.
+std::string checkIndex(const Object& o, const Index& ix) {
+    size_t start = 0;
+    while (start <= ix.columns.size()) {
+        size_t end = ix.columns.find(',', start);
+        if (end == std::string::npos) end = ix.columns.size();
+        std::vector<std::string> words;
+        tokenize(ix.columns.substr(start, end - start), words);
+        bool ok = !words.empty() && words.size() <= 2 && indexOf(o, words[0]) >= 0 &&
+                  (words.size() == 1 || words[1] == "DESC" || words[1] == "ASC");
+        if (!ok) return "index " + ix.name + " has a bad column list \"" + ix.columns + "\"";
+        start = end + 1;
+    }
+    return "";
+}
+
 // An empty answer means the object is consistent.
 std::string check(const Object& o) {
     if (o.format != formatOf(o.columns))
@@ -95,6 +111,10 @@ std::string check(const Object& o) {
         for (const std::string& k : o.keys) {
             std::string trimmed = k.substr(0, k.find_last_not_of(' ') + 1);
             if (indexOf(o, trimmed) < 0) return "key " + k + " is not a column";
+        }
+        for (const Index& ix : o.indexes) {
+            std::string why = checkIndex(o, ix);
+            if (!why.empty()) return why;
         }
         return "";
     }
@@ -150,6 +170,8 @@ bool parseObjects(const std::string& path, std::vector<Object>& objects, std::st
             if (!parseColumn(t[1], t[2], cur->columns.back())) return fail("bad column type " + t[2]);
         } else if (word == "key" && t.size() >= 2) {
             cur->keys.assign(t.begin() + 1, t.end());
+        } else if ((word == "index" || word == "unique") && t.size() == 3 && cur->kind == Kind::Table) {
+            cur->indexes.push_back(Index{t[1], t[2], word == "unique"});
         } else if (word == "identity" && t.size() == 2 && t[1] == "none") {
             cur->identity.clear();
         } else if (word == "identity" && t.size() == 3) {

@@ -1,8 +1,8 @@
 // Turns schema/objects.def into the binding headers, the table catalogue and a stamp:
 //   bindgen OBJECTS.DEF OUTDIR
-// writes OUTDIR/include/Db/{Tbl,Proc,Cursor}/<Name>.h, OUTDIR/include/Db/AllBindings.h,
-// OUTDIR/schema_catalog.cpp and OUTDIR/bindgen.stamp. A file is rewritten only when its content
-// changes, so an unchanged schema recompiles nothing; the stamp is always written.
+// writes OUTDIR/include/Db/{Tbl,Proc,Cursor}/<Name>.h, their raw records in OUTDIR/include/Db/Rec,
+// OUTDIR/include/Db/AllBindings.h, OUTDIR/schema_catalog.cpp and OUTDIR/bindgen.stamp. A file is rewritten
+// only when its content changes, so an unchanged schema recompiles nothing; the stamp is always written.
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
@@ -49,8 +49,11 @@ int main(int argc, char** argv) {
     }
     std::set<std::string> names;
     for (const bindgen::Object& o : objects) {
-        if (!names.insert(o.name).second) {
-            std::fprintf(stderr, "bindgen: %s:%d: %s is described twice\n", argv[1], o.line, o.name.c_str());
+        bool twice = !names.insert(o.name).second;
+        for (const bindgen::Index& ix : o.indexes) twice = twice || !names.insert(ix.name).second;
+        if (twice) {
+            std::fprintf(stderr, "bindgen: %s:%d: %s or one of its indexes is described twice\n", argv[1],
+                         o.line, o.name.c_str());
             return 1;
         }
     }
@@ -61,6 +64,7 @@ int main(int argc, char** argv) {
     for (const bindgen::Object& o : objects) {
         std::string rel = std::string("Db/") + bindgen::headerFolder(o.kind) + "/" + o.name + ".h";
         ok = writeIfChanged(out / "include" / rel, bindgen::bindingHeader(o)) && ok;
+        ok = writeIfChanged(out / "include/Db/Rec" / (o.name + ".h"), bindgen::recordHeader(o)) && ok;
         all += "#include \"" + rel + "\"\n";
     }
     ok = writeIfChanged(out / "include/Db/AllBindings.h", all) && ok;

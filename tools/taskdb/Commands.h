@@ -14,3 +14,5 @@ void addDemoCommand(CLI::App& app, ToolContext& ctx);
 void addStoreCommands(CLI::App& app, ToolContext& ctx);
 // Applies --url to the database layer.
 void applyUrl(const ToolContext& ctx);
+// task create, task run (on the "task" subcommand, added before) and taskmgr serve.
+void addTaskManagerCommands(CLI::App& app, ToolContext& ctx);

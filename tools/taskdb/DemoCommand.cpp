@@ -163,6 +163,30 @@ void walkWrites(TaskInterface& ti, Step& step) {
     std::cout << "option 1008 after the rollback: " << (found ? "present" : "gone") << '\n';
 }
 
+void walkTaskManager(TaskInterface& ti, Step& step) {
+    heading("The task manager creates a task and runs it");
+    std::string err, xml =
+                         "<TMMsg_CreateTaskReq><task taskName=\"Demo: weekly archive\" taskType=\"2\"/>"
+                         "<subTask subTaskName=\"Archive\" subTaskType=\"2\" operationType=\"4003\">"
+                         "<option optionId=\"1003\" type=\"3\"><value>2</value></option></subTask>"
+                         "<association assocType=\"28\" clientGroupId=\"3\"/>"
+                         "</TMMsg_CreateTaskReq>";
+    std::list<long long> jobs;
+    int status = 0;
+    if (!step("CreateTask(task \"Demo: weekly archive\", one subtask, client group 3)",
+              ti.CreateTask(xml, jobs, status, 5, err, 0, 0, false, false), err))
+        return;
+    std::cout << "reply: " << xml << '\n';
+    std::string::size_type at = xml.find("taskId=\"");
+    Sched_SubTask run;
+    run.taskId = at == std::string::npos ? 0 : static_cast<unsigned int>(std::atoi(xml.c_str() + at + 8));
+    std::vector<Sched_SubTask> subTasks{run};  // subtask 0: every subtask of the task
+    if (!step("runTasks(task " + std::to_string(run.taskId) + ")",
+              ti.runTasks(subTasks, jobs, err, 5, 0, 0, false, nullptr), err))
+        return;
+    for (long long j : jobs) std::cout << "job " << j << " started\n";
+}
+
 void walkUtilities() {
     heading("Utilities other modules link against");
     int sp = 0, second = 0;
@@ -211,6 +235,7 @@ int runDemo(const ToolContext& ctx) {
     walkTask(*ti, step);
     walkJob(*ti, step);
     walkWrites(*ti, step);
+    walkTaskManager(*ti, step);
     heading(step.failures ? "Finished with failures" : "Finished");
     return step.failures ? 1 : 0;
 }

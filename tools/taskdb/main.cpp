@@ -24,6 +24,7 @@ int main(int argc, char** argv) {
     addInitCommand(app, ctx);
     addDemoCommand(app, ctx);
     addStoreCommands(app, ctx);
+    addTaskManagerCommands(app, ctx);
 
     try {
         app.parse(argc, argv);

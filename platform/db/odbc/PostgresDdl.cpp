@@ -87,10 +87,10 @@ class PostgresDdl : public SchemaDdl {
         return out;
     }
 
-    std::string createIndex(const std::string& name, const std::string& table,
-                            const std::string& columns) const override {
-        return "CREATE INDEX IF NOT EXISTS " + lower(name) + " ON " + lower(table) + " (" + lower(columns) +
-               ")";
+    std::string createIndex(const std::string& name, const std::string& table, const std::string& columns,
+                            bool unique) const override {
+        return std::string(unique ? "CREATE UNIQUE INDEX" : "CREATE INDEX") + " IF NOT EXISTS " +
+               lower(name) + " ON " + lower(table) + " (" + lower(columns) + ")";
     }
 
     std::string tableExistsQuery() const override {

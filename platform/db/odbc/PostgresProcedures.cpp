@@ -88,6 +88,10 @@ std::vector<std::string> postgresProcedures() {
                 "SELECT COALESCE(string_agg(s.xpath || '=' || COALESCE(opts.value, ''), ';' "
                 "ORDER BY opts.optionId, opts.id), '') FROM opts "
                 "JOIN TM_StaticTaskOption s ON s.optionId = opts.optionId WHERE COALESCE(s.xpath, '') <> ''"),
+
+        // The client's SRV_ClientProp.baselineStatus; no row for a client without one ($2 is unused).
+        function("GetBaseLineStatus", "bigint, bigint", "o_baselineStatus integer",
+                 "SELECT baselineStatus FROM SRV_ClientProp WHERE clientId = $1"),
     };
 }
 

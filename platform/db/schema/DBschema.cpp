@@ -69,6 +69,13 @@ int createAll(dbl::Connection& conn, const dbl::SchemaDdl& ddl, dbl::Error& e) {
         if (!names.count(ix.table)) continue;
         if (int rc = conn.executeNative(ddl.createIndex(ix.name, ix.table, ix.columns), e)) return rc;
     }
+    int indexCount = 0;
+    const DBschemaIndex* described = DBcatalogIndexes(&indexCount);
+    for (int i = 0; i < indexCount; ++i) {
+        const DBschemaIndex& ix = described[i];
+        if (int rc = conn.executeNative(ddl.createIndex(ix.name, ix.table, ix.columns, ix.unique), e))
+            return rc;
+    }
     for (const std::string& sql : ddl.extraObjects())
         if (int rc = conn.executeNative(sql, e)) return rc;
     return 0;

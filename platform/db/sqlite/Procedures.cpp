@@ -85,6 +85,11 @@ const Procedure kProcedures[] = {
      "joined(rn, txt) AS (SELECT 0, '' UNION ALL SELECT p.rn, CASE WHEN j.rn = 0 THEN p.pair "
      "ELSE j.txt || ';' || p.pair END FROM joined j JOIN pairs p ON p.rn = j.rn + 1) "
      "SELECT txt AS o_extOption FROM joined ORDER BY rn DESC LIMIT 1"},
+
+    // GetBaseLineStatus(clientId, flags) -> o_baselineStatus: the client's SRV_ClientProp.baselineStatus;
+    // no row for a client without one. The second argument is the caller's and changes nothing.
+    {"GetBaseLineStatus", 2,
+     "SELECT baselineStatus AS o_baselineStatus FROM SRV_ClientProp WHERE clientId = ?1 AND ?2 = ?2"},
 };
 
 }  // namespace

@@ -39,9 +39,10 @@ class SqliteDdl : public SchemaDdl {
         return {sql + ")"};
     }
 
-    std::string createIndex(const std::string& name, const std::string& table,
-                            const std::string& columns) const override {
-        return "CREATE INDEX IF NOT EXISTS " + quoted(name) + " ON " + quoted(table) + " (" + columns + ")";
+    std::string createIndex(const std::string& name, const std::string& table, const std::string& columns,
+                            bool unique) const override {
+        return std::string(unique ? "CREATE UNIQUE INDEX" : "CREATE INDEX") + " IF NOT EXISTS " +
+               quoted(name) + " ON " + quoted(table) + " (" + columns + ")";
     }
 
     std::string tableExistsQuery() const override {

@@ -2,6 +2,7 @@
 #include "platform/db/Bind.h"
 #include "platform/db/DBerrors.h"
 #include "platform/db/DBtran.h"
+#include "platform/db/NativeProcedures.h"
 #include "platform/db/table/DBtableImpl.h"
 #include "platform/trace/EvDebug.h"
 
@@ -32,7 +33,9 @@ int DBtable::openCursor() {
     if (m.kind == kProcedure) {
         code = m.inputParams(params);
         if (code == 0) {
-            m.stmt = conn->prepareProcedure(m.name, static_cast<int>(params.size()), e);
+            m.stmt = dbl::prepareNativeProcedure(*conn, m.name, static_cast<int>(params.size()), e);
+            if (!m.stmt && e.code == 0)
+                m.stmt = conn->prepareProcedure(m.name, static_cast<int>(params.size()), e);
             if (m.stmt) dbl::bindParams(*m.stmt, params);
         }
     } else {
