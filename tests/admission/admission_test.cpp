@@ -266,6 +266,76 @@ TEST_P(AdmissionTest, JobDetailsListRunningJobsAndRefuseOtherQueries) {
     EXPECT_NE(jobDetails("not a request").find("<error"), std::string::npos);
 }
 
+_AutomaticTaskInfo automaticRun(unsigned subTaskId, const std::vector<unsigned>& subclients) {
+    _AutomaticTaskInfo info;
+    _SubTaskInfo pair;
+    pair.subTask.subTaskId = subTaskId;
+    pair.subTask.taskId = 8;
+    info.subTasks.push_back(pair);
+    for (unsigned subclient : subclients) {
+        Sched_AssocEntity e;
+        e.taskId = 8;
+        e.clientId = 1;
+        e.apptypeId = 33;
+        e.subclientId = subclient;
+        info.entities.push_back(e);
+    }
+    Sched_AssocEntity elsewhere;  // of another task: never sent
+    elsewhere.taskId = 9;
+    elsewhere.clientId = 1;
+    elsewhere.subclientId = 31;
+    info.entities.push_back(elsewhere);
+    return info;
+}
+
+TEST_P(AdmissionTest, AutomaticRunsAreAdmittedTogetherOrNotAtAll) {
+    exec("INSERT INTO TM_Task (taskId, taskName) VALUES (8, 'Auto')");
+    exec(
+        "INSERT INTO TM_SubTask (subTaskId, subTaskName, taskId, subTaskType, operationType) VALUES "
+        "(801, 'backup', 8, 2, 2)");
+    struct Run {
+        const char* what;
+        std::vector<_AutomaticTaskInfo> tasks;
+        int opType;
+        int code;
+        size_t jobs;      // job ids reported
+        long long added;  // running jobs added
+    };
+    const Run runs[] = {
+        {"one refused entity refuses all", {automaticRun(801, {10, 31})}, 5, KO_ADMIT_JOB_RUNNING, 1, 0},
+        {"admitted, with the expired interval as an option", {automaticRun(801, {10, 40})}, 5, 0, 2, 2},
+        {"the started job now refuses the next run",
+         {automaticRun(801, {10})},
+         5,
+         KO_ADMIT_JOB_RUNNING,
+         0,
+         0},
+        {"other operations are not judged", {automaticRun(801, {31})}, 3, 0, 0, 0},
+    };
+    for (const Run& r : runs) {
+        SCOPED_TRACE(r.what);
+        std::vector<_AutomaticTaskInfo> tasks = r.tasks;
+        std::list<long long> jobIds{123};
+        std::string err;
+        long long before = scalar("SELECT COUNT(*) FROM SRV_RunningJob");
+        EXPECT_EQ(ti->performOperation(tasks, jobIds, err, r.opType, 1, 1, 0, 0, false, nullptr), r.code)
+            << err;
+        EXPECT_EQ(jobIds.size(), r.jobs);
+        EXPECT_EQ(scalar("SELECT COUNT(*) FROM SRV_RunningJob") - before, r.added);
+    }
+    EXPECT_EQ(scalar("SELECT COUNT(*) FROM SRV_RunningJob WHERE subclientId = 31"), 1);
+    EXPECT_EQ(text("SELECT o.value FROM TM_JobOptions o JOIN SRV_RunningJob j ON j.jobId = o.jobId "
+                   "WHERE j.subclientId = 40 AND o.optionId = 160003"),
+              "1");
+
+    std::vector<_AutomaticTaskInfo> none;
+    std::list<long long> jobIds;
+    std::string err;
+    EXPECT_NE(ti->performOperation(none, jobIds, err, 5, 1, 1, 0, 0, false, nullptr), 0)
+        << "an empty run list is still sent, and the task manager finds no subtask in it";
+    EXPECT_FALSE(err.empty());
+}
+
 TASKDB_STORE_SUITE(AdmissionTest);
 
 }  // namespace
