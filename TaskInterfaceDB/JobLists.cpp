@@ -1,10 +1,12 @@
-// Job-id lookups: the jobs started from a task, and the job request of a job.
+// Job-id lookups: the jobs started from a task, the jobs of the job statistics, and the job request
+// of a job.
 //
 // All operations here: 0 on success and when nothing matched (outputs then keep their values);
 // otherwise the failing step's code with the database text in `err`, which success never touches.
 // The caller owns the record, the lists and the transaction it passes. Any number of threads may call
 // at once: each call has its own trace event, transaction wrapper and cursor (a caller's transaction
 // must not be shared between concurrent calls).
+#include "Db/Cursor/JMGetBkpStats.h"
 #include "Db/Proc/TM_GetJobListFromTaskId.h"
 #include "Db/Tbl/TM_Jobs.h"
 #include "TaskInterfaceDB/Frame.h"
@@ -60,6 +62,28 @@ int TaskInterfaceDB::getJobListFromTaskId(_TaskInfo& info, std::list<unsigned lo
     proc.getCursor()->setValues(static_cast<int>(info.taskId));
     return readAll(name, proc, tw, err, [&](const TM_GetJobListFromTaskId_t& row) {
         jobIds.push_back(static_cast<unsigned long long>(row.o_jobId));
+    });
+}
+
+// Appends the ids of the jobs that the job statistics list for user 0 under `whereClause` (a
+// condition on APP_Application, placed as SQL), finished with data status 0 or 3, and 1 too when
+// `includeStatus1`; newest first. `localeId` localises the failure texts the query reads. 0 also
+// when there are none; see readAll for failures. The caller owns the list.
+int TaskInterfaceDB::getJobIdsFromBkpStats(std::list<unsigned long long>& jobIds, std::string whereClause,
+                                           bool includeStatus1, int localeId, std::string& err, void* tran) {
+    const char* name = "TaskInterfaceDB::getJobIdsFromBkpStats";
+    EvEvent event(name);
+    TranWrapper tw(frame::callerTran(tran), name);
+    int rc = ensureReadTran(name, tw, err);
+    if (rc != 0) return rc;
+
+    CursorWrapper<JMGetBkpStats, JMGetBkpStats_t> cursor(name, tw.get());
+    const char* status =
+        includeStatus1 ? " JMBkpStats.dataStatus IN (0,1,3) " : " JMBkpStats.dataStatus IN (0,3) ";
+    cursor.getCursor()->setValues(0, localeId, 0, 0, "", whereClause.c_str(), status, "", "",
+                                  whereClause.c_str(), status, "", "");
+    return readAll(name, cursor, tw, err, [&](const JMGetBkpStats_t& row) {
+        jobIds.push_back(static_cast<unsigned long long>(static_cast<unsigned int>(row.jobID)));
     });
 }
 

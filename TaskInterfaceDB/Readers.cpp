@@ -135,9 +135,3 @@ int TaskInterfaceDB::getExtendedOptions(_TaskInfo& info, std::string& err, void*
             info.extendedOptions = row ? FXString::ToString(row->o_extOption) : std::string();
         });
 }
-
-// Waits for the job statistics query.
-int TaskInterfaceDB::getJobIdsFromBkpStats(std::list<unsigned long long>&, std::string, bool, int,
-                                           std::string& err, void*) {
-    return notAvailable(err);
-}

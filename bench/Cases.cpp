@@ -28,11 +28,19 @@ class TraceOn {
 
 void tune(benchmark::internal::Benchmark* b, const Case& c, long iterations) {
     b->Unit(benchmark::kNanosecond);
-    if (c.threads > 1) b->Threads(c.threads)->UseRealTime();
+    if (c.threads > 1) b->Threads(c.threads);
+    if (c.threads > 1 || c.wallTime) b->UseRealTime();
     if (iterations > 0) b->Iterations(iterations);
 }
 
 }  // namespace
+
+bool timedByWall(const std::string& runName) {
+    const std::string name = runName.substr(0, runName.rfind('/'));
+    for (const Case& c : registry())
+        if (c.name == name) return c.threads > 1 || c.wallTime;
+    return false;
+}
 
 void addCase(Case c) {
     registry().push_back(std::move(c));

@@ -27,7 +27,11 @@ struct Case {
     int threads = 1;      // > 1: both bodies run on that many threads at once; times are wall time per call
     bool traced = false;  // also run the library body with tracing at the default level to a file
     Body library, baseline;
+    bool wallTime = false;  // times are wall time per call (the work runs on another thread or process)
 };
+
+// Whether the case of a registered run name ("<name>/library", ...) is timed by wall time.
+bool timedByWall(const std::string& runName);
 
 // Adds a case (call before registerCases).
 void addCase(Case c);
@@ -45,6 +49,10 @@ double targetOf(Kind kind);
 void addReadCases();
 void addWriteCases();
 void addRecordCases();
+void addXmlCases();
+void addTaskManagerCases();
+void addServerCases();
+void addPlatformCases();
 
 // Ends the run of a body with an error that the table shows, instead of a time.
 void failed(benchmark::State& state, const std::string& what);

@@ -51,6 +51,10 @@ int main(int argc, char** argv) {
     bench::addReadCases();
     bench::addWriteCases();
     bench::addRecordCases();
+    bench::addXmlCases();
+    bench::addTaskManagerCases();
+    bench::addServerCases();
+    bench::addPlatformCases();
     bench::registerCases(smoke ? 1 : iterations, store.dir + "/trace.log");
 
     bench::TableReporter reporter(smoke);

@@ -19,7 +19,12 @@ target_include_directories(TaskInterfaceDB INTERFACE
     $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/interface>
     $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/taskdb>)
 target_link_libraries(TaskInterfaceDB PRIVATE TaskPlatform pugixml::pugixml)
-target_link_options(TaskInterfaceDB PRIVATE -Wl,--no-undefined)
+# Only the names in the version script are exported, and the library's references to its own
+# symbols bind inside it (-Bsymbolic): a second copy loaded into the same process keeps its own state.
+set(TASKDB_VERSION_SCRIPT ${PROJECT_SOURCE_DIR}/cmake/TaskInterfaceDB.map)
+target_link_options(TaskInterfaceDB PRIVATE -Wl,--no-undefined -Wl,-Bsymbolic
+    -Wl,--version-script=${TASKDB_VERSION_SCRIPT})
+set_property(TARGET TaskInterfaceDB APPEND PROPERTY LINK_DEPENDS ${TASKDB_VERSION_SCRIPT})
 set_target_properties(TaskInterfaceDB PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR})
 
 add_library(TaskInterfaceDB_static STATIC $<TARGET_OBJECTS:TaskInterfaceDB_objects>)

@@ -4,13 +4,16 @@
 //   TaskInterface* ti = getTaskInterface(1);   // a new object, owned by the caller
 //   _TaskInfo info; info.jobId = 42; info.optionId = 7;
 //   std::string err;
-//   int rc = ti->lookup(info, err, nullptr);   // 0: info.value holds the option
-//   delete ti;
+//   int rc = ti->lookup(info, err, nullptr);   // 0: info.value holds the job's FIRST option row's
+//   delete ti;                                 // value (any id), or option 7's static default when
+//                                              // the job has no option rows
 //
 // Every operation returns an int code: 0 success, 100 no data where an operation passes it on, any
 // other value the database's (or the task manager's) code. `err` receives the failure's text and
-// keeps the caller's text on success. `tran` is the caller's DBtran (may be null): with it nothing is
-// committed by the operation; without it the operation uses a transaction of its own.
+// keeps the caller's text on success; a read or write failure that a clean close follows returns 0
+// with the text in `err`, so start with an empty `err` and treat text left in it as a failure.
+// `tran` is declared void* and is the caller's DBtran* (may be null): with it nothing is committed by
+// the operation; without it the operation uses a transaction of its own.
 //
 // The objects hold no state: any number of threads may call any operation, on one object or on several.
 // The virtual slot order below is part of the binary interface and never changes.

@@ -7,14 +7,15 @@ cd "$(dirname "$0")/.."
 
 # Folder prefixes that files under the first prefix must never include from.
 rules=(
-    "platform/:db/ TaskInterfaceDB/ LibInterfaceDB/ utilities/ tools/ include/Db/ interface/TaskInterface.h"
+    "platform/:db/ TaskInterfaceDB/ LibInterfaceDB/ utilities/ tools/ include/Db/Tbl/ include/Db/Proc/ include/Db/Cursor/ interface/TaskInterface.h"
     "db/:TaskInterfaceDB/ LibInterfaceDB/ tools/"
     "utilities/:TaskInterfaceDB/ LibInterfaceDB/ tools/"
     "interface/:platform/ db/ TaskInterfaceDB/ LibInterfaceDB/ utilities/ tools/"
 )
 
 # "including-file included-file" for every quoted include, the target resolved the way the build
-# does: from the top, interface/, tests/, the including file's folder; Db/... is generated.
+# does: from the top, interface/, tests/, the including file's folder; Db/... is generated (Db/Rec holds
+# the plain records the platform's own services read, the other Db/ folders the library's bindings).
 edges=$(git ls-files '*.h' '*.cpp' | while read -r file; do
     dir=$(dirname "$file")
     sed -n 's/^[[:space:]]*#[[:space:]]*include[[:space:]]*"\([^"]*\)".*/\1/p' "$file" | while read -r inc; do

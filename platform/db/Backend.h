@@ -12,6 +12,9 @@
 
 namespace dbl {
 
+// The SQL a connection's database speaks (the library's own is SQL Server's).
+enum class Dialect { SqlServer, Sqlite, Postgres };
+
 struct Error {
     int code = 0;
     std::string text;
@@ -69,11 +72,16 @@ class Connection {
   public:
     virtual ~Connection() = default;
     virtual const char* backendName() const = 0;
+    // The database's SQL dialect (cursor bindings choose their statement text by it).
+    virtual Dialect dialect() const = 0;
     // Starts a transaction: `write` asks for the write lock at once (so writers queue instead of
     // failing later), otherwise a read transaction.
     virtual int begin(bool write, Error& err) = 0;
     virtual int commit(Error& err) = 0;
     virtual int rollback(Error& err) = 0;
+    // False once the database no longer holds the transaction that begin() started: ended, or rolled
+    // back by the database itself after a failure (full disk, I/O error, out of memory).
+    virtual bool inTransaction() const = 0;
     // `sql` is in the library's dialect. The statement may come from the connection's cache; literals
     // may be moved into `params`, which the caller binds first (parameters of its own follow them, so
     // the caller's own markers must come after every literal in the text). A statement must be

@@ -10,3 +10,4 @@ constexpr int DB_ERR_UNKNOWN_PROCEDURE = 0xDB0006;
 constexpr int DB_ERR_NO_STATEMENT = 0xDB0007;    // nothing to run (no name, no statement text)
 constexpr int DB_ERR_SQL_TEXT = 0xDB0008;        // SQL the translator cannot read
 constexpr int DB_ERR_PARTIAL_RECORD = 0xDB0009;  // a record write on a binding that reads a column subset
+constexpr int DB_ERR_TRAN_ABORTED = 0xDB000A;    // the database ended the transaction by itself

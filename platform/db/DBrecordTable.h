@@ -1,6 +1,6 @@
 #pragma once
-// A table of the store bound to its generated raw record (include/Db/Rec/<Name>.h), for platform code
-// that reads and writes tables without the library's row classes:
+// A table of the store bound to its generated raw record (include/platform/records/<Name>.h), for platform
+// code that reads and writes tables without the library's row classes:
 //
 //   DBrecordTable<APP_Client_t> t(tran);
 //   t.setWhere("id = %d", clientId);

@@ -88,6 +88,15 @@ class KO_PLATFORM_API DBtable {
     // the statement text with each placeholder replaced by the next bound input (texts with their
     // quotes doubled); the statement text as it is.
     void setStatementText(const char* text);
+    // Cursor bindings whose statement is written once per database: `text` as above, in SQL Server's
+    // dialect, and the texts for SQLite and PostgreSQL (null or empty: `text` is translated). With
+    // bound inputs, open fills the text of the connection's dialect. In the SQLite and PostgreSQL
+    // texts the inputs are SQL fragments, placed as they are: %d an integer, %s a text as it is (a
+    // row limit such as "TOP 10", which the dialect turns into LIMIT), %w a condition: the text in
+    // parentheses, or 1=1 when it is blank. Those fragments come from the library's own code, never
+    // from an end user: they are executed as SQL. Such a cursor reads text from CallDBsprintfWrapper
+    // as argument text ("5,0,N'TOP 10',N''"), as a procedure does, never as the statement.
+    void setStatementText(const char* text, const char* sqliteText, const char* postgresText);
 
     int getKind() const;
     const char* getTableName() const;

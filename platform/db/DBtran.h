@@ -34,6 +34,8 @@ class KO_PLATFORM_API DBtran {
     int begin(std::string* err = nullptr);
     // Commits the work since begin (0) and gives the connection back; a failure keeps the
     // transaction open so that the caller may roll back. 0 when the transaction is not active.
+    // An aborted transaction (below) is rolled back and ended instead: the result is the failed
+    // statement's code and text when it had changed rows, else 0 (nothing is lost).
     int commit(std::string* err = nullptr);
     // Rolls back and gives the connection back (0, or the rollback's code and text; the
     // transaction ends either way, and a connection whose rollback failed is not reused).
@@ -56,6 +58,15 @@ class KO_PLATFORM_API DBtran {
     // transaction (a read transaction that later writes may fail with SQLite's busy code). Null with
     // the code and text set when the transaction is not active or the BEGIN fails.
     dbl::Connection* connectionForStatement(int& code, std::string& text, bool write = false);
+
+    // A statement on this transaction failed: the transaction is aborted from now on. Every later
+    // statement, and a fetch on a cursor already open, is refused with this first code and text, until
+    // commit or rollback ends the transaction. Ignored when the transaction has not started.
+    void statementFailed(int code, const std::string& text);
+    // A write statement on this transaction changed rows.
+    void changedRows();
+    // True (with the failure's code and text) when the transaction is aborted.
+    bool aborted(int& code, std::string& text) const;
 
     // The database layer's bookkeeping of open cursors: a cursor open on this transaction is
     // tracked, and commit, rollback and destruction close it first (its statement must not outlive

@@ -15,8 +15,6 @@
 #include "platform/db/Backend.h"
 
 namespace dbl {
-enum class Dialect { SqlServer, Sqlite, Postgres };
-
 // False (with `err` set) only for text the tokenizer cannot read (an unterminated literal or bracket).
 // Literals moved out are appended to `params`. Pure: safe from any thread.
 KO_PLATFORM_API bool translate(const std::string& in, Dialect dialect, bool parameterize, std::string& out,

@@ -1,8 +1,8 @@
 // A subclient's client and backup set, and backup set owners.
 #include "platform/server/ApplicationId.h"
 
-#include "Db/Rec/APP_Application.h"
-#include "Db/Rec/SRV_BackupSetOwner.h"
+#include "platform/records/APP_Application.h"
+#include "platform/records/SRV_BackupSetOwner.h"
 #include "platform/server/ServiceFrame.h"
 
 namespace {

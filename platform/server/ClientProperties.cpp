@@ -1,7 +1,7 @@
 // Client properties: SRV_ClientProp, with defaults for a client that has no row.
 #include "platform/server/ClientProperties.h"
 
-#include "Db/Rec/SRV_ClientProp.h"
+#include "platform/records/SRV_ClientProp.h"
 #include "platform/server/ServiceFrame.h"
 
 int ClientProperties::isUserCentricClient(bool& userCentric, void* db) {

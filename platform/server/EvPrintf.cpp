@@ -1,7 +1,7 @@
 // EvEvent::evPrintf: event messages from the SRV_EventMessage catalogue, by locale.
 #include <cstring>
 
-#include "Db/Rec/SRV_EventMessage.h"
+#include "platform/records/SRV_EventMessage.h"
 #include "platform/server/ServiceFrame.h"
 #include "platform/trace/EvEvent.h"
 

@@ -1,7 +1,7 @@
 // Cluster and cloud instance types: SRV_InstanceType.
 #include "platform/server/InstanceTypes.h"
 
-#include "Db/Rec/SRV_InstanceType.h"
+#include "platform/records/SRV_InstanceType.h"
 #include "platform/server/ServiceFrame.h"
 
 namespace {

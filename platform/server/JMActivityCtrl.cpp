@@ -2,9 +2,9 @@
 // enabled.
 #include "platform/server/JMActivityCtrl.h"
 
-#include "Db/Rec/APP_Application.h"
-#include "Db/Rec/APP_Client.h"
-#include "Db/Rec/SRV_ActivityControl.h"
+#include "platform/records/APP_Application.h"
+#include "platform/records/APP_Client.h"
+#include "platform/records/SRV_ActivityControl.h"
 #include "platform/server/ServiceFrame.h"
 
 namespace {
@@ -54,7 +54,7 @@ bool JMActivityCtrl::isActivityEnabled(KOActivityType type, unsigned long client
     std::string dbError;
     int rc = srv::withTran(m_db, kName, false, [&](DBtran* tran) {
         DBrecordTable<SRV_ActivityControl_t> t(tran);
-        srv::selectColumns(t, "entityLevel, reasonMessageId, reasonText");
+        SRV_SELECT_COLUMNS(t, SRV_ActivityControl_t, "entityLevel, reasonMessageId, reasonText");
         t.setOrderBy("entityLevel");
         // The server's setting first, then the client's, then the subclient's: the broadest one speaks.
         t.setWhere(

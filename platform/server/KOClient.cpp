@@ -1,8 +1,8 @@
 // Clients: APP_Client rows and their SRV_ClientProp facts.
 #include "platform/server/KOClient.h"
 
-#include "Db/Rec/APP_Client.h"
-#include "Db/Rec/SRV_ClientProp.h"
+#include "platform/records/APP_Client.h"
+#include "platform/records/SRV_ClientProp.h"
 #include "platform/server/ServiceFrame.h"
 
 namespace srv {
@@ -32,7 +32,7 @@ int readClientProps(unsigned long clientId, void* db, const char* name, SRV_Clie
 int KOClient::getName(std::string& name, void* db) {
     return srv::withTran(db, "KOClient::getName", false, [&](DBtran* tran) {
         DBrecordTable<APP_Client_t> t(tran);
-        srv::selectColumns(t, "id, name");
+        SRV_SELECT_COLUMNS(t, APP_Client_t, "id, name");
         t.setWhere("id = %lu", m_clientId);
         int rc = srv::readOne(t, "KOClient::getName");
         if (rc == 0) name = t.row().name;

@@ -1,8 +1,8 @@
 // Running jobs (SRV_RunningJob) and the local installation (APP_Orbis).
 #include "platform/server/KOManageDBForJM.h"
 
-#include "Db/Rec/APP_Orbis.h"
-#include "Db/Rec/SRV_RunningJob.h"
+#include "platform/records/APP_Orbis.h"
+#include "platform/records/SRV_RunningJob.h"
 #include "platform/server/ServiceFrame.h"
 
 bool KOManageDBForJM::getConflictingNomadJobs(long long jobId, KOOpType opType, int subclientId, int clientId,

@@ -59,4 +59,11 @@ template <class Record>
 void selectColumns(DBrecordTable<Record>& t, const char* list) {
     t.setColumnSubset(list, DBtable::columnMask(Record::columns(), Record::kColumnCount, list));
 }
+// The same with the mask worked out once per call site, for the look-ups made for every job.
+#define SRV_SELECT_COLUMNS(table, Record, list)                                 \
+    do {                                                                        \
+        static const unsigned long long kColumnMask =                           \
+            DBtable::columnMask(Record::columns(), Record::kColumnCount, list); \
+        (table).setColumnSubset(list, kColumnMask);                             \
+    } while (0)
 }  // namespace srv

@@ -1,9 +1,9 @@
 // Subclients: APP_Application rows and their SRV_SubclientMark marks.
 #include "platform/server/Subclient.h"
 
-#include "Db/Rec/APP_Application.h"
-#include "Db/Rec/APP_Client.h"
-#include "Db/Rec/SRV_SubclientMark.h"
+#include "platform/records/APP_Application.h"
+#include "platform/records/APP_Client.h"
+#include "platform/records/SRV_SubclientMark.h"
 #include "platform/server/ServiceFrame.h"
 
 namespace {

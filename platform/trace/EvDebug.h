@@ -1,14 +1,28 @@
 #pragma once
 // Levelled trace of the services: one line per call, written to the file named by TASKDB_LOG
 // (default "taskdb.log" in the working directory, "-" for standard error) when the call's level is at
-// most TASKDB_LOG_LEVEL (default 5). Error lines are level 0 and Debug lines level 1, so they are
-// written at every level but a negative one.
+// most TASKDB_LOG_LEVEL (default 5; -1 writes nothing). Error lines are level 0 and Debug lines level 1,
+// so they are written at every level but a negative one.
 //
-// Line format (fields separated by one blank):
-//   2026-11-21 14:10:13.123456 <pid> <tid> L<level> <job id or -> <trace name>: <text>
+// Line format (fields separated by one blank; the time is local, ISO 8601 with the UTC offset):
+//   2026-11-21T14:10:13.123456+01:00 <pid> <tid> L<level> <job id or -> <trace name>: <text>
+// Control characters in the name and the text are written as \n, \r, \t or \xNN, so a traced value
+// cannot start a line of its own.
 //
-// Thread safety: every function may be called from any thread; each line is written with one
-// write() on a file opened for appending, so lines of several processes never interleave.
+// Fallbacks: a TASKDB_LOG_LEVEL that is not a whole number from -1 to 10 gives one warning on standard
+// error and level 5; a TASKDB_LOG that cannot be opened gives one warning and the trace goes to
+// standard error, errors and refusals only (level 1).
+//
+// Writing: lines are kept in a buffer and written with one write() per flush, on a file opened for
+// appending: at once for error and refusal lines (levels 0 and 1), otherwise when the buffer holds
+// 32 KiB, when a line comes 1 s or more after the oldest buffered one, before fork() and at exit. A
+// crash loses the buffered lines: those of the last second of tracing.
+//
+// Rotation: before a write that would take the file over 10 MiB, the file is renamed to PATH.1 (PATH.1
+// to PATH.2 and so on; PATH.5 is dropped), so the trace takes at most 60 MiB. A process that finds its
+// file renamed by another one reopens PATH.
+//
+// Thread safety: every function may be called from any thread.
 #include <string>
 #include <vector>
 
@@ -46,6 +60,12 @@ namespace evtrace {
 KO_PLATFORM_API void setLevel(int level);
 KO_PLATFORM_API int level();
 KO_PLATFORM_API void setFile(const std::string& path);  // "-" is standard error, "" discards
+KO_PLATFORM_API std::string file();                     // the trace file in force ("-", "" as above)
+// Rotation limits (tests): a file is rotated before it would exceed `maxBytes`; `keep` old files stay.
+KO_PLATFORM_API void setRotation(long long maxBytes, int keep);
+// Writes the buffered lines now.
+KO_PLATFORM_API void flush();
+// The file line of `line` at the current time, escaped as the file has it.
 KO_PLATFORM_API void formatLine(const EvTraceLine& line, std::string& out);
 
 // While a capture lives, every line that passes the level filter is also kept in memory.

@@ -47,14 +47,6 @@ const Registry& registry() {
 
 constexpr unsigned kParseFlags = pugi::parse_escapes | pugi::parse_cdata | pugi::parse_ws_pcdata_single;
 
-// Text of a number, into a caller's buffer.
-template <class T>
-const char* numberText(T value, char (&buffer)[24]) {
-    auto result = std::to_chars(buffer, buffer + sizeof buffer - 1, value);
-    *result.ptr = '\0';
-    return buffer;
-}
-
 bool isXmlSpace(char c) {
     return c == ' ' || c == '\t' || c == '\n' || c == '\r';
 }
@@ -62,13 +54,11 @@ bool isXmlSpace(char c) {
 // A whole decimal number, blanks around it allowed.
 template <class T>
 bool parseNumber(const char* text, T& value) {
-    const char* begin = text;
-    const char* end = text + std::strlen(text);
-    while (begin < end && isXmlSpace(*begin)) ++begin;
-    while (end > begin && isXmlSpace(end[-1])) --end;
-    if (begin == end) return false;
-    auto [p, ec] = std::from_chars(begin, end, value);
-    return ec == std::errc() && p == end;
+    while (isXmlSpace(*text)) ++text;
+    auto [p, ec] = std::from_chars(text, text + std::strlen(text), value);
+    if (ec != std::errc()) return false;
+    while (isXmlSpace(*p)) ++p;
+    return *p == '\0';
 }
 
 // "a/b/c": the element's place in the document, for error texts.
@@ -109,14 +99,15 @@ class CNMessageCodec {
     static bool isSet(const CNMessageBase& msg, std::size_t index);
 
   private:
-    static bool readScalar(CNMessageBase& msg, std::size_t index, const char* text, pugi::xml_node where,
+    static bool readScalar(const CNMemberInfo& m, void* address, const char* text, pugi::xml_node where,
                            std::string& error);
 };
 
-bool CNMessageCodec::isSet(const CNMessageBase& msg, std::size_t index) {
-    const CNMemberInfo& m = msg.info().members[index];
-    const void* a = msg.memberAddress(index);
-    switch (m.kind) {
+namespace {
+
+// Lists count as set when they hold an item; scalars and nested messages carry a set bit.
+bool listHolds(CNKind kind, const void* a) {
+    switch (kind) {
         case CNKind::Int32List:
             return !static_cast<const std::vector<std::int32_t>*>(a)->empty();
         case CNKind::Int64List:
@@ -126,8 +117,31 @@ bool CNMessageCodec::isSet(const CNMessageBase& msg, std::size_t index) {
         case CNKind::MessageList:
             return !static_cast<const CNListBase*>(a)->empty();
         default:
-            return msg.isSetAt(index);
+            return false;
     }
+}
+
+bool isList(CNKind kind) {
+    return kind == CNKind::Int32List || kind == CNKind::Int64List || kind == CNKind::StringList ||
+           kind == CNKind::MessageList;
+}
+
+// The member named `name` of that form, looked for from `start` on (documents usually list members in
+// description order, so the first comparison mostly matches); npos when there is none.
+std::size_t findMember(const CNMessageInfo& info, const char* name, bool attribute, std::size_t start) {
+    for (std::size_t k = 0, j = start; k < info.memberCount; ++k, ++j) {
+        if (j >= info.memberCount) j = 0;
+        const CNMemberInfo& m = info.members[j];
+        if (m.attribute == attribute && std::strcmp(m.xmlName, name) == 0) return j;
+    }
+    return std::string::npos;
+}
+
+}  // namespace
+
+bool CNMessageCodec::isSet(const CNMessageBase& msg, std::size_t index) {
+    const CNKind kind = msg.info().members[index].kind;
+    return isList(kind) ? listHolds(kind, msg.memberAddress(index)) : msg.isSetAt(index);
 }
 
 namespace {
@@ -149,21 +163,27 @@ bool setText(pugi::xml_text text, const std::string& value, const CNMemberInfo& 
 
 bool CNMessageCodec::write(const CNMessageBase& msg, pugi::xml_node node, std::string& error) {
     const CNMessageInfo& info = msg.info();
-    char buffer[24];
     for (std::size_t i = 0; i < info.memberCount; ++i) {
         const CNMemberInfo& m = info.members[i];
-        if (!isSet(msg, i)) continue;
+        const bool list = isList(m.kind);
+        if (!list && !msg.isSetAt(i)) continue;
         const void* a = msg.memberAddress(i);
+        if (list && !listHolds(m.kind, a)) continue;
         switch (m.kind) {
-            case CNKind::Int32:
-            case CNKind::Int64: {
-                const char* text = m.kind == CNKind::Int32
-                                       ? numberText(*static_cast<const std::int32_t*>(a), buffer)
-                                       : numberText(*static_cast<const std::int64_t*>(a), buffer);
+            case CNKind::Int32: {
+                const int v = *static_cast<const std::int32_t*>(a);
                 if (m.attribute)
-                    node.append_attribute(m.xmlName).set_value(text);
+                    node.append_attribute(m.xmlName).set_value(v);
                 else
-                    node.append_child(m.xmlName).text().set(text);
+                    node.append_child(m.xmlName).text().set(v);
+                break;
+            }
+            case CNKind::Int64: {
+                const long long v = *static_cast<const std::int64_t*>(a);
+                if (m.attribute)
+                    node.append_attribute(m.xmlName).set_value(v);
+                else
+                    node.append_child(m.xmlName).text().set(v);
                 break;
             }
             case CNKind::String: {
@@ -185,11 +205,11 @@ bool CNMessageCodec::write(const CNMessageBase& msg, pugi::xml_node node, std::s
                 break;
             case CNKind::Int32List:
                 for (std::int32_t v : *static_cast<const std::vector<std::int32_t>*>(a))
-                    node.append_child(m.xmlName).text().set(numberText(v, buffer));
+                    node.append_child(m.xmlName).text().set(static_cast<int>(v));
                 break;
             case CNKind::Int64List:
                 for (std::int64_t v : *static_cast<const std::vector<std::int64_t>*>(a))
-                    node.append_child(m.xmlName).text().set(numberText(v, buffer));
+                    node.append_child(m.xmlName).text().set(static_cast<long long>(v));
                 break;
             case CNKind::StringList:
                 for (const std::string& s : *static_cast<const std::vector<std::string>*>(a))
@@ -206,10 +226,8 @@ bool CNMessageCodec::write(const CNMessageBase& msg, pugi::xml_node node, std::s
     return true;
 }
 
-bool CNMessageCodec::readScalar(CNMessageBase& msg, std::size_t index, const char* text, pugi::xml_node where,
+bool CNMessageCodec::readScalar(const CNMemberInfo& m, void* a, const char* text, pugi::xml_node where,
                                 std::string& error) {
-    const CNMemberInfo& m = msg.info().members[index];
-    void* a = msg.memberAddress(index);
     bool ok = true;
     const char* what = "";
     switch (m.kind) {
@@ -254,32 +272,29 @@ bool CNMessageCodec::readScalar(CNMessageBase& msg, std::size_t index, const cha
 
 bool CNMessageCodec::read(CNMessageBase& msg, pugi::xml_node node, std::string& error) {
     const CNMessageInfo& info = msg.info();
+    std::size_t hint = 0;
     for (pugi::xml_attribute attr = node.first_attribute(); attr; attr = attr.next_attribute()) {
-        for (std::size_t i = 0; i < info.memberCount; ++i) {
-            const CNMemberInfo& m = info.members[i];
-            if (!m.attribute || std::strcmp(m.xmlName, attr.name()) != 0) continue;
-            if (msg.isSetAt(i)) {
-                error = "element " + pathOf(node) + ": attribute " + m.xmlName + " appears more than once";
-                return false;
-            }
-            if (!readScalar(msg, i, attr.value(), node, error)) return false;
-            msg.markSet(i);
-            break;
+        const std::size_t i = findMember(info, attr.name(), true, hint);
+        if (i == std::string::npos) continue;  // not ours: skipped
+        hint = i + 1;
+        const CNMemberInfo& m = info.members[i];
+        if (msg.isSetAt(i)) {
+            error = "element " + pathOf(node) + ": attribute " + m.xmlName + " appears more than once";
+            return false;
         }
+        if (!readScalar(m, msg.memberAddress(i), attr.value(), node, error)) return false;
+        msg.markSet(i);
     }
     std::string text;
+    hint = 0;
     for (pugi::xml_node child = node.first_child(); child; child = child.next_sibling()) {
         if (child.type() != pugi::node_element) continue;
-        const char* name = child.name();
-        std::size_t i = 0;
-        while (i < info.memberCount &&
-               (info.members[i].attribute || std::strcmp(info.members[i].xmlName, name) != 0))
-            ++i;
-        if (i == info.memberCount) continue;  // not ours: skipped
+        const std::size_t i = findMember(info, child.name(), false, hint);
+        if (i == std::string::npos) continue;  // not ours: skipped
+        hint = i;                              // lists repeat their element
         const CNMemberInfo& m = info.members[i];
         void* a = msg.memberAddress(i);
-        const bool single = m.kind == CNKind::Int32 || m.kind == CNKind::Int64 || m.kind == CNKind::String ||
-                            m.kind == CNKind::Message;
+        const bool single = !isList(m.kind);
         if (single && msg.isSetAt(i)) {
             error = "element " + pathOf(child) + " appears more than once where one value belongs";
             return false;
@@ -288,17 +303,38 @@ bool CNMessageCodec::read(CNMessageBase& msg, pugi::xml_node node, std::string& 
             if (!read(*static_cast<CNMessageBase*>(a), child, error)) return false;
             msg.markSet(i);
         } else if (m.kind == CNKind::MessageList) {
-            if (!read(static_cast<CNListBase*>(a)->append(), child, error)) return false;
+            CNListBase& list = *static_cast<CNListBase*>(a);
+            if (list.empty()) {
+                // Items usually come together: room for this run of them at once.
+                std::size_t run = 1;
+                for (pugi::xml_node n = child.next_sibling(); n && std::strcmp(n.name(), m.xmlName) == 0;
+                     n = n.next_sibling())
+                    ++run;
+                list.reserve(run);
+            }
+            if (!read(list.append(), child, error)) return false;
         } else {
             if (!valueText(child, text)) {
                 error = "element " + pathOf(child) + " holds elements where a value belongs";
                 return false;
             }
-            if (!readScalar(msg, i, text.c_str(), child, error)) return false;
+            if (!readScalar(m, a, text.c_str(), child, error)) return false;
             if (single) msg.markSet(i);
         }
     }
     return true;
+}
+
+const std::string& CNMessageBase::errorText() const {
+    static const std::string none;
+    return m_error ? *m_error : none;
+}
+
+void CNMessageBase::fail(std::string text) const {
+    if (m_error)
+        *m_error = std::move(text);
+    else
+        m_error = std::make_unique<std::string>(std::move(text));
 }
 
 int CNMessageBase::Initialize() {
@@ -334,7 +370,7 @@ int CNMessageBase::serialize(std::string& xml, bool indent) const {
     pugi::xml_document doc;
     std::string error;
     if (!CNMessageCodec::write(*this, doc.append_child(info().element), error)) {
-        const_cast<CNMessageBase*>(this)->m_error = info().name + std::string(": ") + error;
+        fail(info().name + std::string(": ") + error);
         return -1;
     }
     std::string out;
@@ -349,7 +385,7 @@ int CNMessageBase::serialize(std::string& xml, bool indent) const {
 
 int CNMessageBase::unserialize(const char* xml) {
     if (!xml) {
-        m_error = std::string(info().name) + ": no XML given";
+        fail(std::string(info().name) + ": no XML given");
         return -1;
     }
     return unserialize(xml, std::strlen(xml));
@@ -365,29 +401,28 @@ int CNMessageBase::unserialize(const char* data, std::size_t size) {
     pugi::xml_parse_result parsed =
         data ? doc.load_buffer(data, size, kParseFlags, pugi::encoding_utf8) : pugi::xml_parse_result();
     if (!data || !parsed) {
-        m_error = std::string(cls.name) + ": malformed XML at offset " +
-                  std::to_string(data ? parsed.offset : 0) + ": " +
-                  (data ? parsed.description() : "no XML given");
+        fail(std::string(cls.name) + ": malformed XML at offset " + std::to_string(data ? parsed.offset : 0) +
+             ": " + (data ? parsed.description() : "no XML given"));
         return -1;
     }
     pugi::xml_node root;
     for (pugi::xml_node n = doc.first_child(); n; n = n.next_sibling()) {
         if (n.type() != pugi::node_element) continue;
         if (root) {
-            m_error = std::string(cls.name) + ": more than one root element";
+            fail(std::string(cls.name) + ": more than one root element");
             return -1;
         }
         root = n;
     }
     if (!root || std::strcmp(root.name(), cls.element) != 0) {
-        m_error = std::string(cls.name) + ": expected root element " + cls.element + ", found " +
-                  (root ? root.name() : "none");
+        fail(std::string(cls.name) + ": expected root element " + cls.element + ", found " +
+             (root ? root.name() : "none"));
         return -1;
     }
     std::unique_ptr<CNMessageBase> fresh = cls.create();
     std::string error;
     if (!CNMessageCodec::read(*fresh, root, error)) {
-        m_error = std::string(cls.name) + ": " + error;
+        fail(std::string(cls.name) + ": " + error);
         return -1;
     }
     take(*fresh);

@@ -77,6 +77,7 @@ class KO_PLATFORM_API CNListBase {
     // Appends a copy of `m`; false (and nothing appended) when `m` is of another class.
     virtual bool append(const CNMessageBase& m) = 0;
     virtual void clear() = 0;
+    virtual void reserve(std::size_t n) = 0;
 
   protected:
     CNListBase() = default;
@@ -116,8 +117,8 @@ class KO_PLATFORM_API CNMessageBase {
     int unserialize(const char* xml);
     int unserialize(const std::string& xml);
     int unserialize(const char* data, std::size_t size);
-    // The text of the last failed serialize or unserialize on this object.
-    const std::string& errorText() const { return m_error; }
+    // The text of the last failed serialize or unserialize on this object (empty when none failed).
+    const std::string& errorText() const;
 
     // Same class and equal members, including which are set.
     bool equals(const CNMessageBase& other) const;
@@ -148,9 +149,13 @@ class KO_PLATFORM_API CNMessageBase {
 
   protected:
     CNMessageBase() = default;
-    CNMessageBase(const CNMessageBase&) = default;
+    // A copy takes the members, not the last failure's text.
+    CNMessageBase(const CNMessageBase& o) : m_set(o.m_set) {}
     CNMessageBase(CNMessageBase&&) = default;
-    CNMessageBase& operator=(const CNMessageBase&) = default;
+    CNMessageBase& operator=(const CNMessageBase& o) {
+        m_set = o.m_set;
+        return *this;
+    }
     CNMessageBase& operator=(CNMessageBase&&) = default;
 
     // The address of member `index` (position in info().members): the scalar, std::string,
@@ -167,8 +172,11 @@ class KO_PLATFORM_API CNMessageBase {
 
   private:
     friend class CNMessageCodec;
+    void fail(std::string text) const;
+
     std::uint64_t m_set = 0;  // scalars and nested messages: bit per member index
-    std::string m_error;
+    // Made on the first failure only: most messages never fail, and lists hold many of them.
+    mutable std::unique_ptr<std::string> m_error;
 };
 
 // The list type of a generated class's message-list members: a std::vector with a generic face.
@@ -202,7 +210,7 @@ class CNList final : public CNListBase {
     iterator end() { return m_items.end(); }
     const_iterator begin() const { return m_items.begin(); }
     const_iterator end() const { return m_items.end(); }
-    void reserve(std::size_t n) { m_items.reserve(n); }
+    void reserve(std::size_t n) override { m_items.reserve(n); }
 
   private:
     std::vector<T> m_items;

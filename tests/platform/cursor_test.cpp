@@ -61,3 +61,24 @@ TEST_F(CursorTest, StatementTextFilledFromArgumentsOrValues) {
     NoteCursor empty("");
     EXPECT_EQ(empty.openCursor(), DB_ERR_NO_STATEMENT);
 }
+
+// A statement written per database: this store's text is filled, its texts placed as SQL (a blank
+// condition is no condition, TOP becomes a limit), from argument text as from bound values.
+TEST_F(CursorTest, PerDatabaseStatementTakesItsTextsAsSql) {
+    addWidget(1, "a", "one");
+    addWidget(2, "b", "two");
+    addWidget(3, "c", "three");
+    const char* const own = "SELECT %s note, big FROM Widget WHERE big >= %d AND %w ORDER BY big DESC";
+    NoteCursor limited("not this one");
+    limited.setStatementText("not this one either", own, own);
+    limited.CallDBsprintfWrapper("N'%s',%d,N'%s'", "TOP 1", 2, "name <> 'c'");
+    EXPECT_EQ(limited.bigs(), (std::vector<long long>{2}));
+
+    NoteCursor all("not this one");
+    all.setStatementText("not this one either", own, own);
+    all.BindInput(new KODB_string(""));
+    all.BindInput(new KODB_int(0));
+    all.BindInput(new KODB_string("  "));
+    all.setValuesBound(true);
+    EXPECT_EQ(all.bigs(), (std::vector<long long>{3, 2, 1}));
+}

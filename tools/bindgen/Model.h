@@ -39,6 +39,9 @@ struct Object {
     std::string argFormat;
     int room = 0;
     std::string statement;
+    // The cursor's statement for SQLite and for PostgreSQL ("" : the statement above, translated).
+    std::string sqliteStatement;
+    std::string postgresStatement;
 };
 
 // Reads objects.def; on failure returns false with "file:line: reason" in `error`.
@@ -46,7 +49,7 @@ bool parseObjects(const std::string& path, std::vector<Object>& objects, std::st
 
 // The C++ text of one binding header, and of the table catalogue.
 std::string bindingHeader(const Object& object);
-// The raw record's own header (include/Db/Rec/<Name>.h): needs the platform's DBtypes.h only.
+// The raw record's own header (include/platform/records/<Name>.h): needs the platform's DBtypes.h only.
 std::string recordHeader(const Object& object);
 std::string catalogSource(const std::vector<Object>& objects);
 // "Tbl", "Proc" or "Cursor": the folder of the object's header under include/Db.

@@ -1,6 +1,7 @@
 // Reading and checking schema/objects.def.
 #include <cctype>
 #include <fstream>
+#include <iterator>
 #include <set>
 
 #include "Model.h"
@@ -180,6 +181,17 @@ bool parseObjects(const std::string& path, std::vector<Object>& objects, std::st
         } else if (word == "args" && t.size() >= 2) {
             cur->args.clear();
             for (size_t i = 1; i < t.size(); ++i) cur->args += t[i];
+        } else if (word == "statement" && t.size() == 3) {
+            // statement sqlserver|sqlite|postgres FILE: the text of a file beside objects.def.
+            std::string* field = t[1] == "sqlserver"  ? &cur->statement
+                                 : t[1] == "sqlite"   ? &cur->sqliteStatement
+                                 : t[1] == "postgres" ? &cur->postgresStatement
+                                                      : nullptr;
+            if (!field) return fail("statement dialect must be sqlserver, sqlite or postgres");
+            std::string dir = path.substr(0, path.find_last_of('/') + 1);
+            std::ifstream sql(dir + t[2], std::ios::binary);
+            if (!sql) return fail(dir + t[2] + ": cannot be read");
+            field->assign(std::istreambuf_iterator<char>(sql), std::istreambuf_iterator<char>());
         } else if (word == "room" && t.size() == 2) {
             cur->room = std::stoi(t[1]);
         } else if (t.size() == 2 && (word == "version" || word == "orderby" || word == "format" ||

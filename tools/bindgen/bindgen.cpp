@@ -1,8 +1,9 @@
 // Turns schema/objects.def into the binding headers, the table catalogue and a stamp:
 //   bindgen OBJECTS.DEF OUTDIR
-// writes OUTDIR/include/Db/{Tbl,Proc,Cursor}/<Name>.h, their raw records in OUTDIR/include/Db/Rec,
-// OUTDIR/include/Db/AllBindings.h, OUTDIR/schema_catalog.cpp and OUTDIR/bindgen.stamp. A file is rewritten
-// only when its content changes, so an unchanged schema recompiles nothing; the stamp is always written.
+// writes OUTDIR/include/Db/{Tbl,Proc,Cursor}/<Name>.h, their raw records in OUTDIR/include/platform/records
+// (platform code may include them), OUTDIR/include/Db/AllBindings.h, OUTDIR/schema_catalog.cpp and
+// OUTDIR/bindgen.stamp. A file is rewritten only when its content changes, so an unchanged schema recompiles
+// nothing; the stamp is always written.
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
@@ -64,7 +65,8 @@ int main(int argc, char** argv) {
     for (const bindgen::Object& o : objects) {
         std::string rel = std::string("Db/") + bindgen::headerFolder(o.kind) + "/" + o.name + ".h";
         ok = writeIfChanged(out / "include" / rel, bindgen::bindingHeader(o)) && ok;
-        ok = writeIfChanged(out / "include/Db/Rec" / (o.name + ".h"), bindgen::recordHeader(o)) && ok;
+        ok = writeIfChanged(out / "include/platform/records" / (o.name + ".h"), bindgen::recordHeader(o)) &&
+             ok;
         all += "#include \"" + rel + "\"\n";
     }
     ok = writeIfChanged(out / "include/Db/AllBindings.h", all) && ok;

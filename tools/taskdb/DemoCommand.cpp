@@ -1,16 +1,19 @@
 // taskdb demo: on a fresh store, seed a small schedule and walk through the operations a job manager
 // uses, printing what it would see.
 #include <iostream>
+#include <sstream>
 
 #include "platform/db/DBconfig.h"
 #include "platform/db/DBschema.h"
 #include "platform/db/DBtran.h"
+#include "platform/server/KOClient.h"
 #include "tools/taskdb/Commands.h"
 #include "tools/taskdb/DemoSeed.h"
 #include "tools/taskdb/Library.h"
 #include "tools/taskdb/Output.h"
 #include "tools/taskdb/Session.h"
 #include "tools/taskdb/TaskView.h"
+#include "tools/taskdb/World.h"
 #include "utilities/BasicConversion.h"
 #include "utilities/TextEscape.h"
 #include "utilities/VersionInfo.h"
@@ -22,17 +25,24 @@ void heading(const std::string& title) {
     std::cout << "\n== " << title << '\n';
 }
 
-// Prints the call and its result; a failure ends the demo with the error text.
+// Prints the call and its result and keeps it for --json. A call fails when its code is not 0 or when
+// it left a text in err (every call starts with err empty: the step clears it).
 struct Step {
     int failures = 0;
-    bool operator()(const std::string& call, int rc, const std::string& err) {
+    Json steps = Json::array();
+    bool operator()(const std::string& call, int rc, std::string& err) {
+        bool ok = rc == 0 && err.empty();
         std::cout << call << " -> " << rc;
-        if (rc != 0) {
-            std::cout << "  error: " << err;
+        Json entry{{"call", call}, {"result", rc}};
+        if (!ok) {
+            std::cout << "  error: " << maskSecrets(err);
+            entry["error"] = maskSecrets(err);
             ++failures;
         }
         std::cout << '\n';
-        return rc == 0;
+        steps.push_back(entry);
+        err.clear();
+        return ok;
     }
 };
 
@@ -135,7 +145,7 @@ void walkWrites(TaskInterface& ti, Step& step) {
 
     _TaskInfo task;
     task.taskId = 7;
-    ti.getTaskInfo(task, err, nullptr);
+    step("getTaskInfo(task 7)", ti.getTaskInfo(task, err, nullptr), err);
     task.task.sequenceNumber = 42;
     step("setTaskInfo(task 7: sequence number 42)", ti.setTaskInfo(task, err, nullptr), err);
     Sched_AssocEntity sub;
@@ -157,7 +167,7 @@ void walkWrites(TaskInterface& ti, Step& step) {
     _TaskInfo check = job;
     check.optionId = 1008;
     OptionCollector after;
-    ti.getOptions(check, &after, err, nullptr);
+    step("getOptions(job 1001) after the rollback", ti.getOptions(check, &after, err, nullptr), err);
     bool found = false;
     for (const auto& r : after.rows) found = found || r.id == 1008;
     std::cout << "option 1008 after the rollback: " << (found ? "present" : "gone") << '\n';
@@ -209,20 +219,29 @@ void walkUtilities() {
               << " characters, \"" << back << "\"\n";
 }
 
-int runDemo(const ToolContext& ctx) {
-    applyUrl(ctx);
-    std::string err, url = dbconfig::url();
+int walk(const std::string& url, Step& step, std::string& libraryPath) {
+    std::string err;
     heading("Store");
     int rc = DBinitSchema(url, &err);
-    if (rc != 0) return reportFailure("init", rc, err);
-    std::cout << url << " at schema version " << kTaskdbSchemaVersion << '\n';
+    if (rc != 0 || !err.empty()) return reportFailure("init", rc, err);
+    std::cout << maskSecrets(url) << " at schema version " << kTaskdbSchemaVersion << '\n';
     rc = seedDemoStore(err);
-    if (rc != 0) return reportFailure("seeding the demo schedule (run the demo on an empty store)", rc, err);
+    if (rc != 0 || !err.empty())
+        return reportFailure("seeding the demo schedule (run the demo on an empty store)", rc, err);
     std::cout << "seeded: a default task, task 7 with two subtasks, entities, patterns, options, jobs 1001 "
                  "and 1002\n";
+    // The clients, subclients and users that the schedule names come from the sample world.
+    long long worldRows = 0;
+    rc = importWorld(kSampleWorld, false, worldRows, err);
+    if (rc != 0) return reportFailure("loading the sample world", rc, err);
+    std::string clientName;
+    KOClient(12).getName(clientName, nullptr);
+    std::cout << "loaded the sample world (examples/world.json): " << worldRows << " rows; client 12 is \""
+              << clientName << "\"\n";
 
     heading("Loading the library as the job manager does");
     TaskLibrary lib;
+    libraryPath = lib.loadedPath();
     std::cout << "dlopen(" << lib.path() << "), dlsym(getTaskInterface)\n";
     auto none = lib.create(2);
     auto ti = lib.create(1);
@@ -231,13 +250,36 @@ int runDemo(const ToolContext& ctx) {
     if (!ti) return 1;
 
     walkUtilities();
-    Step step;
     walkTask(*ti, step);
     walkJob(*ti, step);
     walkWrites(*ti, step);
     walkTaskManager(*ti, step);
     heading(step.failures ? "Finished with failures" : "Finished");
-    return step.failures ? 1 : 0;
+    return step.failures ? kExitFailure : kExitOk;
+}
+
+// With --json the walk's text is held back and one JSON value tells the calls and their results.
+int runDemo(const ToolContext& ctx) {
+    std::string url = applyUrl(ctx), libraryPath;
+    Step step;
+    if (!ctx.json) return walk(url, step, libraryPath);
+    std::ostringstream text;
+    std::streambuf* saved = std::cout.rdbuf(text.rdbuf());
+    int rc = kExitFailure;
+    try {
+        rc = walk(url, step, libraryPath);
+    } catch (...) {
+        std::cout.rdbuf(saved);
+        throw;
+    }
+    std::cout.rdbuf(saved);
+    printJson({{"url", maskSecrets(url)},
+               {"schemaVersion", kTaskdbSchemaVersion},
+               {"library", libraryPath},
+               {"steps", step.steps},
+               {"failures", step.failures},
+               {"finished", rc == kExitOk}});
+    return rc;
 }
 
 }  // namespace

@@ -1,4 +1,5 @@
 // taskdb files ...: a job's file options (types 150001 to 150014).
+#include "tools/taskdb/Args.h"
 #include "tools/taskdb/Output.h"
 #include "tools/taskdb/Session.h"
 
@@ -18,8 +19,8 @@ void addFileCommands(CLI::App& app, ToolContext& ctx) {
     files->require_subcommand(1);
 
     auto* list = files->add_subcommand("list", "The job's file options (all file types, or one with --type)");
-    list->add_option("job", a.job, "Job id")->required();
-    list->add_option("--type", a.type, "Only this file type (150001..150014)");
+    addNumber(list, "job", a.job, "Job id", 0LL, kMaxJobId)->required();
+    addNumber(list, "--type", a.type, "Only this file type (150001..150014)", kFirstFileType, kLastFileType);
     list->callback([&] {
         Session s(ctx);
         _TaskInfo info;
@@ -28,35 +29,31 @@ void addFileCommands(CLI::App& app, ToolContext& ctx) {
         OptionCollector c;
         std::string err;
         int rc = s.ti().getFiles(info, &c, err, nullptr);
-        if (rc != 0) {
-            ctx.exitCode = reportFailure("getFiles", rc, err);
-            return;
-        }
+        if ((ctx.exitCode = checkCall("getFiles", rc, err)) != kExitOk) return;
+        if (c.rows.empty() && !jobExists(s, a.job, ctx)) return;
         printOptions(ctx, c.rows);
     });
 
     auto* set =
         files->add_subcommand("set", "Set a file option (type 150002 replaces the value; others add a row)");
-    set->add_option("job", a.job, "Job id")->required();
-    set->add_option("option", a.optionId, "Option id")->required();
-    set->add_option("type", a.type, "File type (150001..150014)")->required();
-    set->add_option("value", a.value, "File name or value")->required();
+    addNumber(set, "job", a.job, "Job id", 0LL, kMaxJobId)->required();
+    addNumber(set, "option", a.optionId, "Option id")->required();
+    addNumber(set, "type", a.type, "File type (150001..150014)", kFirstFileType, kLastFileType)->required();
+    set->add_option("value", a.value, "File name or value (- reads it from standard input)")->required();
     set->callback([&] {
         Session s(ctx);
         _TaskInfo info;
         info.jobId = a.job;
-        TaskFile f(a.optionId, a.value, a.type);
+        TaskFile f(a.optionId, valueArgument("value", a.value), a.type);
         std::string err;
         int rc = s.ti().setFiles(info, {&f}, err, nullptr);
-        if (rc != 0)
-            ctx.exitCode = reportFailure("setFiles", rc, err);
-        else if (ctx.json)
+        if ((ctx.exitCode = checkCall("setFiles", rc, err)) == kExitOk && ctx.json)
             printJson({{"result", 0}});
     });
 
     auto* remove = files->add_subcommand("remove", "Remove a job's file options by option id");
-    remove->add_option("job", a.job, "Job id")->required();
-    remove->add_option("options", a.ids, "Option ids")->required();
+    addNumber(remove, "job", a.job, "Job id", 0LL, kMaxJobId)->required();
+    addNumbers(remove, "options", a.ids, "Option ids")->required();
     remove->callback([&] {
         Session s(ctx);
         _TaskInfo info;
@@ -67,9 +64,7 @@ void addFileCommands(CLI::App& app, ToolContext& ctx) {
         for (const auto& f : owned) ptrs.push_back(&f);
         std::string err;
         int rc = s.ti().removeFiles(info, ptrs, err, nullptr);
-        if (rc != 0)
-            ctx.exitCode = reportFailure("removeFiles", rc, err);
-        else if (ctx.json)
+        if ((ctx.exitCode = checkCall("removeFiles", rc, err)) == kExitOk && ctx.json)
             printJson({{"result", 0}});
     });
 }

@@ -5,23 +5,24 @@
 #include "tools/taskdb/Commands.h"
 #include "tools/taskdb/Output.h"
 
-void applyUrl(const ToolContext& ctx) {
+std::string applyUrl(const ToolContext& ctx) {
     if (!ctx.url.empty()) dbconfig::setUrl(ctx.url);
+    std::string url = dbconfig::url();
+    // An empty SQLite path would open a temporary database that vanishes with the connection.
+    if (url == "sqlite:") throw CLI::ValidationError("--url", "sqlite: needs a file path (sqlite:PATH)");
+    return url;
 }
 
 void addInitCommand(CLI::App& app, ToolContext& ctx) {
     auto* cmd = app.add_subcommand("init", "Create the reference schema in the store (idempotent)");
     cmd->callback([&ctx] {
-        applyUrl(ctx);
-        std::string err, url = dbconfig::url();
+        std::string err, url = applyUrl(ctx);
         int rc = DBinitSchema(url, &err);
-        if (rc != 0) {
-            ctx.exitCode = reportFailure("init", rc, err);
-            return;
-        }
+        if ((ctx.exitCode = checkCall("init", rc, err)) != kExitOk) return;
         if (ctx.json)
-            printJson({{"url", url}, {"schemaVersion", kTaskdbSchemaVersion}});
+            printJson({{"url", maskSecrets(url)}, {"schemaVersion", kTaskdbSchemaVersion}});
         else
-            std::cout << "store " << url << " is at schema version " << kTaskdbSchemaVersion << '\n';
+            std::cout << "store " << maskSecrets(url) << " is at schema version " << kTaskdbSchemaVersion
+                      << '\n';
     });
 }

@@ -21,3 +21,9 @@ TaskLibrary::~TaskLibrary() {
 std::unique_ptr<TaskInterface> TaskLibrary::create(int kind) const {
     return std::unique_ptr<TaskInterface>(m_factory(kind));
 }
+
+std::string TaskLibrary::loadedPath() const {
+    Dl_info info;
+    if (dladdr(reinterpret_cast<void*>(m_factory), &info) && info.dli_fname) return info.dli_fname;
+    return m_path;
+}

@@ -15,6 +15,8 @@ class TaskLibrary {
     TaskLibrary& operator=(const TaskLibrary&) = delete;
 
     const std::string& path() const { return m_path; }
+    // The file the library was actually loaded from (the name resolved by the loader).
+    std::string loadedPath() const;
     // A new object from the factory, owned by the caller.
     std::unique_ptr<TaskInterface> create(int kind = 1) const;
 

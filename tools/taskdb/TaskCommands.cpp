@@ -1,6 +1,7 @@
 // taskdb task ..., taskdb jobs, taskdb job: tasks with their subtask, entities and patterns; job lookups.
 #include <iostream>
 
+#include "tools/taskdb/Args.h"
 #include "tools/taskdb/Output.h"
 #include "tools/taskdb/Session.h"
 #include "tools/taskdb/TaskView.h"
@@ -11,14 +12,18 @@ struct TaskArgs {
     long long jobId = 0;
 };
 
-int showTask(const ToolContext& ctx, const TaskArgs& a) {
+int showTask(ToolContext& ctx, const TaskArgs& a) {
     Session s(ctx);
     _TaskInfo info;
     info.taskId = a.taskId;
     info.subTaskId = a.subTaskId;
+    if (!taskExists(s, info, ctx)) return ctx.exitCode;
     std::string err;
     int rc = readTask(s.ti(), info, err);
-    if (rc != 0) return reportFailure("task show", rc, err);
+    if (rc != 0 || !err.empty()) return reportFailure("task show", rc, err);
+    if (a.subTaskId != 0 && info.subTask.subTaskId != a.subTaskId)
+        return reportNotFound("subtask " + std::to_string(a.subTaskId) + " of task " +
+                              std::to_string(a.taskId));
     if (ctx.json)
         printJson(taskJson(info));
     else
@@ -32,8 +37,9 @@ void addTaskCommands(CLI::App& app, ToolContext& ctx) {
     auto* task = app.add_subcommand("task", "Tasks");
     task->require_subcommand(1);
     auto* show = task->add_subcommand("show", "A task with its subtask, entities and schedule patterns");
-    show->add_option("task", a.taskId, "Task id")->required();
-    show->add_option("--subtask", a.subTaskId, "The subtask to show (default: the task's first)");
+    addNumber(show, "task", a.taskId, "Task id", 0ULL, kMaxTaskId)->required();
+    addNumber(show, "--subtask", a.subTaskId, "The subtask to show (default: the task's first)", 0ULL,
+              kMaxTaskId);
     show->callback([&] { ctx.exitCode = showTask(ctx, a); });
 
     auto* def = task->add_subcommand("default", "The id of the default task (flag 0x80)");
@@ -42,27 +48,32 @@ void addTaskCommands(CLI::App& app, ToolContext& ctx) {
         _TaskInfo info;
         std::string err;
         int rc = s.ti().getDefaultTaskId(info, err, nullptr);
-        if (rc != 0)
-            ctx.exitCode = reportFailure("getDefaultTaskId", rc, err);
+        if ((ctx.exitCode = checkCall("getDefaultTaskId", rc, err)) != kExitOk) return;
+        if (info.task.taskId == 0)
+            ctx.exitCode = reportNotFound("default task");
         else if (ctx.json)
             printJson({{"defaultTaskId", info.task.taskId}});
         else
             std::cout << info.task.taskId << '\n';
     });
 
-    auto* jobs = app.add_subcommand("jobs", "The jobs started from a task");
-    jobs->add_option("task", a.taskId, "Task id")->required();
-    jobs->callback([&] {
+    auto* jobs = app.add_subcommand("jobs", "The jobs started from a task (jobs TASK), or the job history");
+    auto* taskArg = addNumber(jobs, "task", a.taskId, "Task id", 0ULL, kMaxTaskId);
+    jobs->callback([&, jobs, taskArg] {
+        if (!jobs->get_subcommands().empty()) return;
+        if (taskArg->count() == 0) {
+            std::cerr << "taskdb jobs: give a task id, or a subcommand (see --help)\n";
+            ctx.exitCode = kExitUsage;
+            return;
+        }
         Session s(ctx);
         _TaskInfo info;
         info.taskId = a.taskId;
+        if (!taskExists(s, info, ctx)) return;
         std::list<unsigned long long> ids;
         std::string err;
         int rc = s.ti().getJobListFromTaskId(info, ids, err, nullptr);
-        if (rc != 0) {
-            ctx.exitCode = reportFailure("getJobListFromTaskId", rc, err);
-            return;
-        }
+        if ((ctx.exitCode = checkCall("getJobListFromTaskId", rc, err)) != kExitOk) return;
         if (ctx.json) {
             printJson(Json(ids));
             return;
@@ -73,7 +84,7 @@ void addTaskCommands(CLI::App& app, ToolContext& ctx) {
     });
 
     auto* job = app.add_subcommand("job", "The task, subtask and request of a job");
-    job->add_option("job", a.jobId, "Job id")->required();
+    addNumber(job, "job", a.jobId, "Job id", 0LL, kMaxJobId)->required();
     job->callback([&] {
         Session s(ctx);
         _TaskInfo info;
@@ -81,9 +92,10 @@ void addTaskCommands(CLI::App& app, ToolContext& ctx) {
         std::string err;
         int rc = s.ti().getJobInfo(info, err, nullptr);
         long long requestId = 0;
-        if (rc == 0) rc = s.ti().getJobRequestIdFromJobId(requestId, a.jobId, err, nullptr);
-        if (rc != 0) {
-            ctx.exitCode = reportFailure("job lookup", rc, err);
+        if (rc == 0 && err.empty()) rc = s.ti().getJobRequestIdFromJobId(requestId, a.jobId, err, nullptr);
+        if ((ctx.exitCode = checkCall("job lookup", rc, err)) != kExitOk) return;
+        if (requestId == 0) {
+            ctx.exitCode = reportNotFound("job " + std::to_string(a.jobId));
             return;
         }
         if (ctx.json)

@@ -13,7 +13,7 @@ int readTask(TaskInterface& ti, _TaskInfo& info, std::string& err) {
     for (const auto& step : steps) {
         std::string e;
         int rc = (ti.*step.op)(info, e, nullptr);
-        if (rc != 0) {
+        if (rc != 0 || !e.empty()) {
             err = std::string(step.name) + ": " + e;
             return rc;
         }
@@ -25,7 +25,7 @@ int readTask(TaskInterface& ti, _TaskInfo& info, std::string& err) {
     probe.entities.push_back(Sched_AssocEntity{});
     std::string e;
     int rc = ti.getPatternInfo(probe, e, nullptr);
-    if (rc != 0) {
+    if (rc != 0 || !e.empty()) {
         err = "getPatternInfo: " + e;
         return rc;
     }
@@ -100,11 +100,11 @@ Json taskJson(const _TaskInfo& info) {
     out["patterns"] = Json::array();
     for (const auto& p : info.patterns)
         out["patterns"].push_back({{"name", p.name},
-                                   {"freq_type", p.freq_type},
-                                   {"freq_interval", p.freq_interval},
-                                   {"active_start_date", p.active_start_date},
-                                   {"active_start_time", p.active_start_time},
-                                   {"active_end_date", p.active_end_date},
+                                   {"freqType", p.freq_type},
+                                   {"freqInterval", p.freq_interval},
+                                   {"activeStartDate", p.active_start_date},
+                                   {"activeStartTime", p.active_start_time},
+                                   {"activeEndDate", p.active_end_date},
                                    {"tzId", p.tzId}});
     return out;
 }

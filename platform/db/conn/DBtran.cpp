@@ -10,12 +10,21 @@
 #include "platform/db/DBerrors.h"
 #include "platform/db/DBfault.h"
 #include "platform/db/DBtable.h"
+#include "platform/trace/EvDebug.h"
+
+namespace {
+constexpr const char* kTrace = "DBtran";
+}
 
 struct DBtran::Impl {
     std::unique_ptr<dbl::Connection> conn;
     bool active = false;
     bool started = false;  // the store's BEGIN was sent
     int hint = 0;
+    // The first failure of a statement (0: none), which every later statement gets instead.
+    int abortCode = 0;
+    std::string abortText;
+    bool changed = false;  // rows were written since the store's BEGIN
     // Room for the bindings and cursors of a usual operation without allocating.
     boost::container::small_vector<DBtable*, 4> objects;
     boost::container::small_vector<DBtable*, 4> cursors;
@@ -31,6 +40,9 @@ struct DBtran::Impl {
         conn.reset();
         active = false;
         started = false;
+        abortCode = 0;
+        abortText.clear();
+        changed = false;
     }
 };
 
@@ -69,6 +81,18 @@ int DBtran::commit(std::string* err) {
         return code;
     }
     m_impl->closeCursors();
+    if (m_impl->started && m_impl->abortCode == 0 && !m_impl->conn->inTransaction())
+        statementFailed(DB_ERR_TRAN_ABORTED, "the database rolled the transaction back");
+    if (m_impl->abortCode != 0) {
+        // What the failed statement left cannot be committed; the rest of the work goes with it.
+        const int code = m_impl->changed ? m_impl->abortCode : 0;
+        if (code && err) *err = m_impl->abortText;
+        EvDebug::DebugLvl(3, kTrace, "commit of an aborted transaction rolls back: [%d] %s",
+                          m_impl->abortCode, m_impl->abortText.c_str());
+        dbl::Error e;
+        m_impl->finish(m_impl->conn->rollback(e) == 0);
+        return code;
+    }
     if (m_impl->started) {
         dbl::Error e;
         if (int rc = m_impl->conn->commit(e)) {
@@ -123,12 +147,34 @@ size_t DBtran::objectCount() const {
     return m_impl->objects.size();
 }
 
+void DBtran::statementFailed(int code, const std::string& text) {
+    if (!m_impl->active || !m_impl->started || m_impl->abortCode != 0) return;
+    m_impl->abortCode = code;
+    m_impl->abortText = text;
+    EvDebug::DebugLvl(3, kTrace, "transaction aborted by a failed statement: [%d] %s", code, text.c_str());
+}
+
+void DBtran::changedRows() {
+    m_impl->changed = true;
+}
+
+bool DBtran::aborted(int& code, std::string& text) const {
+    if (m_impl->abortCode == 0) return false;
+    code = m_impl->abortCode;
+    text = m_impl->abortText;
+    return true;
+}
+
 dbl::Connection* DBtran::connectionForStatement(int& code, std::string& text, bool write) {
     if (!m_impl->active) {
         code = DB_ERR_NOT_ACTIVE;
         text = "transaction is not active";
         return nullptr;
     }
+    // A statement after a failure would run outside the transaction, or commit half of it.
+    if (m_impl->started && m_impl->abortCode == 0 && !m_impl->conn->inTransaction())
+        statementFailed(DB_ERR_TRAN_ABORTED, "the database rolled the transaction back");
+    if (aborted(code, text)) return nullptr;
     if (!m_impl->started) {
         dbl::Error e;
         if (int rc = m_impl->conn->begin(write || m_impl->hint != kHintRead, e)) {

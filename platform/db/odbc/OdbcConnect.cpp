@@ -58,6 +58,9 @@ int setUpPostgres(odbc::Session& session, Error& err) {
     // A database without an encoding of its own stores any bytes; the driver's UTF-8 client
     // encoding would have the server refuse text that is not UTF-8, so speak the database's.
     std::string encoding;
+    // A writer queued behind another's transaction gives up after a while, as on the embedded store,
+    // instead of waiting for ever.
+    if (int rc = setUpQuery(session, "SET lock_timeout = '10s'", nullptr, err)) return rc;
     if (int rc = setUpQuery(session, "SHOW server_encoding", &encoding, err)) return rc;
     if (encoding == "SQL_ASCII")
         return setUpQuery(session, "SET client_encoding TO 'SQL_ASCII'", nullptr, err);

@@ -42,9 +42,9 @@ class OdbcConnection final : public Connection {
     // PostgreSQL's schema; none for SQL Server, whose schema belongs to the management server.
     std::unique_ptr<SchemaDdl> schemaDdl() const override;
 
-    Dialect dialect() const { return m_session->dialect(); }
+    Dialect dialect() const override { return m_session->dialect(); }
     const std::string& dbmsName() const { return m_session->dbmsName(); }
-    bool inTransaction() const { return m_session->inTransaction(); }
+    bool inTransaction() const override { return m_session->inTransaction() && !m_session->broken(); }
     Session& session() const { return *m_session; }
 
   private:

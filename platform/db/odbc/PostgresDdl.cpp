@@ -102,6 +102,7 @@ class PostgresDdl : public SchemaDdl {
         // The bodies are checked when first called, so creating them needs no particular table order.
         std::vector<std::string> out{"SET LOCAL check_function_bodies = off"};
         for (std::string& s : postgresProcedures()) out.push_back(std::move(s));
+        for (std::string& s : postgresJobFunctions()) out.push_back(std::move(s));
         return out;
     }
 };

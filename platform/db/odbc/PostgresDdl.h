@@ -16,6 +16,8 @@ std::unique_ptr<SchemaDdl> makePostgresDdl();
 // CREATE OR REPLACE FUNCTION statements for the procedures the library calls, each with the same
 // meaning as on the embedded store (see PostgresProcedures.cpp). Pure.
 std::vector<std::string> postgresProcedures();
+// The functions that the job statistics query calls (PostgresJobFunctions.cpp).
+std::vector<std::string> postgresJobFunctions();
 
 }  // namespace odbc
 }  // namespace dbl

@@ -22,6 +22,7 @@ class SqliteConnection : public Connection {
     ~SqliteConnection() override { m_core->detach(); }
 
     const char* backendName() const override { return "sqlite"; }
+    Dialect dialect() const override { return Dialect::Sqlite; }
 
     // Writers take the write lock at BEGIN, so that they queue on the busy timeout instead of failing
     // later when a read transaction would have to be upgraded.
@@ -33,9 +34,11 @@ class SqliteConnection : public Connection {
 
     int rollback(Error& err) override {
         // SQLite may have rolled back by itself after certain errors.
-        if (sqlite3_get_autocommit(m_core->db())) return 0;
+        if (!inTransaction()) return 0;
         return m_core->control(SqliteCore::kRollback, err);
     }
+
+    bool inTransaction() const override { return !sqlite3_get_autocommit(m_core->db()); }
 
     StatementPtr prepare(const std::string& sql, std::vector<Param>& params, Error& err) override {
         std::string translated, why;

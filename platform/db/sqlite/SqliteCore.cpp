@@ -47,6 +47,8 @@ SqliteCore::~SqliteCore() {
     for (auto& idle : m_templates)
         for (sqlite3_stmt* s : idle) sqlite3_finalize(s);
     for (sqlite3_stmt* s : m_control) sqlite3_finalize(s);
+    // Statements that SQL functions keep for the connection's life (see JobFunctions.cpp).
+    while (sqlite3_stmt* s = sqlite3_next_stmt(m_db, nullptr)) sqlite3_finalize(s);
     sqlite3_close_v2(m_db);
 }
 

@@ -100,6 +100,8 @@ class SqliteStatement : public Statement {
 
 // Registers the functions that the platform's procedures use (bit_or). 0 or the failure's code.
 int registerFunctions(SqliteCore& core, Error& err);
+// The management server's functions that the job statistics query calls (JobFunctions.cpp).
+int registerJobFunctions(SqliteCore& core, Error& err);
 
 }  // namespace sqlite
 }  // namespace dbl

@@ -30,7 +30,8 @@ int registerFunctions(SqliteCore& core, Error& err) {
     int rc = core.check(sqlite3_create_function_v2(core.db(), "bit_or", 1, SQLITE_UTF8 | SQLITE_DETERMINISTIC,
                                                    nullptr, nullptr, bitOrStep, bitOrFinal, nullptr),
                         "create function bit_or", err);
-    return rc == SQLITE_OK ? 0 : rc;
+    if (rc != SQLITE_OK) return rc;
+    return registerJobFunctions(core, err);
 }
 
 }  // namespace sqlite

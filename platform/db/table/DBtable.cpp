@@ -91,6 +91,11 @@ void DBtable::setExtIndicatorArray(void* indicators) {
 void DBtable::setStatementText(const char* text) {
     m_impl->statementText = text ? text : "";
 }
+void DBtable::setStatementText(const char* text, const char* sqliteText, const char* postgresText) {
+    setStatementText(text);
+    m_impl->sqliteText = sqliteText ? sqliteText : "";
+    m_impl->postgresText = postgresText ? postgresText : "";
+}
 
 int DBtable::getKind() const {
     return m_impl->kind;

@@ -49,7 +49,7 @@ int DBtable::openCursor() {
         }
         if (!m.stmt && e.code == 0) {
             std::string sql;
-            code = m.kind == kCursor ? m.cursorText(sql) : 0;
+            code = m.kind == kCursor ? m.cursorText(sql, conn->dialect()) : 0;
             if (code == 0) {
                 if (m.kind != kCursor) sql = m.selectText();
                 EvDebug::DebugLvl(10, kTrace, "open [%s]: %s", m.name.c_str(), sql.c_str());
@@ -66,6 +66,7 @@ int DBtable::openCursor() {
             code = m.fail(m.readAheadCode, m.readAheadError.text);
     }
     if (code != 0) {
+        if (m.tran) m.tran->statementFailed(code, m.lastText);
         m.stmt.reset();
         if (m.ownConn) dbl::giveBack(std::move(m.ownConn));
         return code;
@@ -87,6 +88,8 @@ int DBtable::fetchCursor(bool next) {
         m.fillRecord(*m.stmt);
         return 0;
     }
+    std::string text;
+    if (m.tran && m.tran->aborted(code, text)) return m.fail(code, text);
     dbl::Error stepped;
     const dbl::Error* e = &stepped;
     int rc;
@@ -103,6 +106,7 @@ int DBtable::fetchCursor(bool next) {
         return 0;
     }
     if (rc == DB_NO_DATA) return m.fail(DB_NO_DATA, "No data");
+    if (m.tran) m.tran->statementFailed(rc, e->text);
     return m.fail(rc, e->text);
 }
 
@@ -147,6 +151,7 @@ int DBtable::fetchText(std::string& text) {
     }
     m.hasRow = false;
     if (rc != DB_NO_DATA) {
+        if (m.tran) m.tran->statementFailed(rc, e.text);
         m.fail(rc, e.text);
         if (openHere) closeCursor();
         return rc;

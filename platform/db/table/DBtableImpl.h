@@ -30,6 +30,7 @@ struct DBtable::Impl {
     DBtran* tran = nullptr;
     int kind = kTable;
     std::string columnList, version, description, orderBy, statementText;
+    std::string sqliteText, postgresText;  // a cursor's statement for those databases ("" none)
     std::string identityColumn;
     int identityIndex = 0;
     int* identityField = nullptr;
@@ -109,6 +110,6 @@ struct DBtable::Impl {
     std::string setClauseFromRecord() const;
     // The inputs as parameters: from the value objects or the argument text. 0 or a failure.
     int inputParams(std::vector<dbl::Param>& params);
-    // The statement text of a cursor binding (see setStatementText).
-    int cursorText(std::string& sql);
+    // The statement text of a cursor binding for a connection of `dialect` (see setStatementText).
+    int cursorText(std::string& sql, dbl::Dialect dialect);
 };

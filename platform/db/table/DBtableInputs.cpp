@@ -70,8 +70,11 @@ bool parseArguments(const std::string& text, std::vector<dbl::Param>& out, std::
     return false;
 }
 
-// The statement text with each printf placeholder replaced by the next value.
-std::string fillPlaceholders(const std::string& format, const std::vector<dbl::Param>& values) {
+// The statement text with each printf placeholder replaced by the next value. `asSql`: texts are
+// SQL fragments, placed as they are (%w: a condition in parentheses, 1=1 when blank); otherwise
+// texts have their quotes doubled.
+std::string fillPlaceholders(const std::string& format, const std::vector<dbl::Param>& values,
+                             bool asSql = false) {
     std::string out;
     size_t next = 0;
     for (size_t i = 0; i < format.size(); ++i) {
@@ -91,12 +94,17 @@ std::string fillPlaceholders(const std::string& format, const std::vector<dbl::P
             break;
         }
         const dbl::Param* p = next < values.size() ? &values[next++] : nullptr;
-        if (!p || p->type == dbl::Param::kNull)
+        if (asSql && format[j] == 'w') {
+            const bool blank =
+                !p || p->type != dbl::Param::kText || p->s.find_first_not_of(" \t\r\n") == std::string::npos;
+            out += blank ? "1=1" : "(" + p->s + ")";
+        } else if (!p || p->type == dbl::Param::kNull) {
             out += format[j] == 's' ? "" : "NULL";
-        else if (p->type == dbl::Param::kInt)
+        } else if (p->type == dbl::Param::kInt) {
             out += std::to_string(p->i);
-        else
-            out += DBformat("%s", p->s.c_str());
+        } else {
+            out += asSql ? p->s : DBformat("%s", p->s.c_str());
+        }
         i = j;
     }
     return out;
@@ -190,13 +198,25 @@ int DBtable::Impl::inputParams(std::vector<dbl::Param>& params) {
     return 0;
 }
 
-int DBtable::Impl::cursorText(std::string& sql) {
-    if (!valuesTextNow().empty() && !valuesBound) {
+int DBtable::Impl::cursorText(std::string& sql, dbl::Dialect dialect) {
+    const std::string& own = dialect == dbl::Dialect::Sqlite     ? sqliteText
+                             : dialect == dbl::Dialect::Postgres ? postgresText
+                                                                 : statementText;
+    const bool perDialect = !sqliteText.empty() || !postgresText.empty();
+    if (!valuesTextNow().empty() && !valuesBound && !perDialect) {
         sql = valuesText;
-    } else if (valuesBound) {
+    } else if (valuesBound || !valuesText.empty()) {
         std::vector<dbl::Param> values;
-        for (const auto& v : inputs) values.push_back(paramFor(*v));
-        sql = fillPlaceholders(statementText, values);
+        if (valuesBound) {
+            for (const auto& v : inputs) values.push_back(paramFor(*v));
+        } else {
+            std::string why;
+            if (!parseArguments(valuesText, values, why)) return fail(DB_ERR_BAD_ARGUMENTS, why);
+        }
+        if (&own != &statementText && !own.empty())
+            sql = fillPlaceholders(own, values, true);
+        else
+            sql = fillPlaceholders(statementText, values);
     } else {
         sql = statementText;
     }

@@ -50,6 +50,9 @@ int runWrite(DBtran* tran, const dbtable::Template* t, Bind&& bind, Literal&& li
         }
     }
     if (rc == 0 && identity) *identity = conn->lastIdentity(table, identityColumn, e);
+    if (tran && rc != 0) tran->statementFailed(rc, e.text);
+    // A statement of the caller's (no table) may change anything, also without counting rows.
+    if (tran && rc == 0 && (rows > 0 || table.empty())) tran->changedRows();
     dbl::giveBack(std::move(own));
     return rc;
 }
