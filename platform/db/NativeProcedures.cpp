@@ -114,14 +114,72 @@ int entityNameToId(Connection& conn, const std::string& xml, std::string& out, E
     return 0;
 }
 
+namespace {
+
+void addError(pugi::xml_node reply, long long code, const std::string& text) {
+    pugi::xml_node e = reply.append_child("error");
+    e.append_attribute("errorCode") = code;
+    e.append_attribute("errorString") = text.c_str();
+}
+
+}  // namespace
+
+int jobDetails(Connection& conn, const std::string& xml, std::string& out, Error& err) {
+    pugi::xml_document reply;
+    pugi::xml_node root = reply.append_child("JobManager_JobInfoResp");
+    pugi::xml_document doc;
+    pugi::xml_node request;
+    if (doc.load_string(xml.c_str())) request = doc.child("JobManager_JobInfoReq");
+    if (!request) addError(root, DB_ERR_BAD_ARGUMENTS, "the request is not a JobManager_JobInfoReq document");
+    for (pugi::xml_node entity : request.children("entity")) {
+        long long type = entity.attribute("entityType").as_llong(-1);
+        long long id = entity.attribute("entityId").as_llong(0);
+        if (type != KO_JOB_QUERY_SUBCLIENT) {
+            addError(root, DB_ERR_BAD_ARGUMENTS,
+                     "entity type [" + std::to_string(type) + "] cannot be queried for jobs");
+            continue;
+        }
+        std::vector<Param> params;
+        StatementPtr st = conn.prepare(
+            "SELECT jobId, backupLevel, opType, status, clientId, appTypeId, subclientId FROM SRV_RunningJob "
+            "WHERE subclientId = ? ORDER BY jobId",
+            params, err);
+        if (!st) return err.code ? err.code : DB_ERR_NO_STATEMENT;
+        st->bindInt64(bindParams(*st, params), id);
+        int rc;
+        while ((rc = st->step(err)) == 0) {
+            pugi::xml_node job = root.append_child("job");
+            job.append_attribute("jobId") = st->columnInt64(0);
+            // A job of no known level is written without one: it conflicts with every level.
+            if (st->columnInt64(1) != 0) job.append_attribute("backupLevel") = st->columnInt64(1);
+            job.append_attribute("operationType") = st->columnInt64(2);
+            job.append_attribute("status") = std::to_string(st->columnInt64(3)).c_str();
+            job.append_attribute("clientId") = st->columnInt64(4);
+            job.append_attribute("apptypeId") = st->columnInt64(5);
+            job.append_attribute("subclientId") = st->columnInt64(6);
+        }
+        if (rc != 100) return rc;
+    }
+    std::ostringstream text;
+    reply.save(text, "", pugi::format_raw | pugi::format_no_declaration);
+    out = text.str();
+    return 0;
+}
+
 StatementPtr prepareNativeProcedure(Connection& conn, const std::string& name, int argCount, Error& err) {
-    if (name != "EntityNameToIdConverter") return nullptr;
+    ComputedStatement::Compute compute = nullptr;
+    if (name == "EntityNameToIdConverter")
+        compute = entityNameToId;
+    else if (name == "JMGetJobDetails")
+        compute = jobDetails;
+    else
+        return nullptr;
     if (argCount != 1) {
         err.set(DB_ERR_BAD_ARGUMENTS,
                 "stored procedure [" + name + "] takes 1 argument, " + std::to_string(argCount) + " given");
         return nullptr;
     }
-    return StatementPtr(new ComputedStatement(conn, entityNameToId));
+    return StatementPtr(new ComputedStatement(conn, compute));
 }
 
 }  // namespace dbl

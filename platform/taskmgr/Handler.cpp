@@ -28,7 +28,11 @@ constexpr int kRunOperation = 5;
 struct Failure {
     long long status;
     std::string text;
+    long long jobId = 0;  // the running job that refused a run
 };
+
+// A run refused because its subclient already has a job running.
+constexpr long long KO_TASKMGR_JOB_RUNNING = 0x300001B;
 
 bool parseInt(const char* text, long long& out) {
     const char* end = text + std::strlen(text);
@@ -212,6 +216,7 @@ class Runner {
     }
 
     void job(const Subtask& s, const Entity& e, long long requestId) {
+        refuseWhenRunning(e);
         if (m_nextJobId == 0) {
             // After every job the store knows of, queued or running.
             m_nextJobId = std::max(m_w.rows("SELECT MAX(jobId) FROM TM_Jobs", {})[0][0],
@@ -240,6 +245,25 @@ class Runner {
              intValue(e.apptypeId), intValue(s.operationType), intValue(0), intValue(0),
              intValue(m_w.now())});
         m_jobIds.push_back(jobId);
+    }
+
+    // One job per subclient at a time, jobs of this same request aside. The subclient's row is locked
+    // first (a write to it), so that of two run requests for it the second waits here until the first
+    // has committed its job, then sees it.
+    void refuseWhenRunning(const Entity& e) {
+        if (e.subclientId <= 0) return;
+        m_w.exec("UPDATE APP_Application SET subclientStatus = subclientStatus WHERE id = ?",
+                 {intValue(e.subclientId)});
+        for (const auto& row :
+             m_w.rows("SELECT jobId FROM SRV_RunningJob WHERE subclientId = ? AND jobId > ? "
+                      "ORDER BY jobId",
+                      {intValue(e.subclientId), intValue(0)})) {
+            if (std::find(m_jobIds.begin(), m_jobIds.end(), row[0]) != m_jobIds.end()) continue;
+            throw Failure{KO_TASKMGR_JOB_RUNNING,
+                          "job [" + std::to_string(row[0]) + "] is already running for subclient [" +
+                              std::to_string(e.subclientId) + "]",
+                          row[0]};
+        }
     }
 
     Writer& m_w;
@@ -407,7 +431,8 @@ std::string handle(const Request& request) {
     } catch (const Failure& f) {
         EvDebug::Debug(kTrace, "Request of type [%lu] refused: status [%lld] [%s]", request.messageType,
                        f.status, f.text.c_str());
-        return replyXml(f.status, f.text, 0, {});
+        return replyXml(f.status, f.text, 0,
+                        f.jobId ? std::vector<long long>{f.jobId} : std::vector<long long>{});
     } catch (const std::exception& e) {
         EvDebug::Error(kTrace, "Request of type [%lu] failed: [%s]", request.messageType, e.what());
         return replyXml(KO_TASKMGR_BAD_REQUEST, e.what(), 0, {});

@@ -56,9 +56,12 @@ class TaskManagerTest : public StoreTest {
         for (const std::string& t : {std::string("inprocess"), m_socket}) {
             SCOPED_TRACE(t);
             setenv("TASKDB_TASKMGR", t.c_str(), 1);
+            finishJobs();
             body();
         }
     }
+    // The jobs of an earlier run have ended: a subclient runs one job at a time.
+    void finishJobs() { exec("DELETE FROM SRV_RunningJob"); }
     void waitForService() {
         for (int i = 0; i < 200 && access(m_socket.substr(5).c_str(), F_OK) != 0; ++i)
             std::this_thread::sleep_for(std::chrono::milliseconds(10));
@@ -145,6 +148,7 @@ TEST_P(TaskManagerTest, RunTasksStartsAJobPerSubtaskAndEntityAndCopiesRunOptions
         "<options><option optionId=\"160003\" value=\"1\"/></options></TMMsg_TaskOperationReq>";
     std::list<long long> jobs;
     int status = 0;
+    finishJobs();
     ASSERT_EQ(
         ti->TaskRequest(xml, jobs, status, 5, err, EvTaskMgr::kTaskOperationMessage, 0, 0, false, false), 0);
     ASSERT_EQ(jobs.size(), 1u);
@@ -327,6 +331,10 @@ TEST_P(TaskManagerTest, ToolCreatesAndRunsTasksAndPrintsTheTaskManagersText) {
     ASSERT_EQ(rc, 0) << out;
     EXPECT_NE(out.find("\"taskId\": 1"), std::string::npos) << out;
     EXPECT_EQ(scalar("SELECT COUNT(*) FROM TM_Jobs"), 2);
+    std::tie(rc, out) = tool(url, "task run 1");
+    EXPECT_EQ(rc, 1) << "the jobs of the first run are still running";
+    EXPECT_NE(out.find("is already running for subclient [301]"), std::string::npos) << out;
+    exec("DELETE FROM SRV_RunningJob");
     std::tie(rc, out) = tool(url, "task run 1");
     EXPECT_EQ(rc, 0) << out;
     EXPECT_EQ(scalar("SELECT COUNT(*) FROM TM_Jobs"), 4);
