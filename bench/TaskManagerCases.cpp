@@ -39,9 +39,17 @@ void libraryRunTasks(benchmark::State& state, bool service) {
     std::vector<Sched_SubTask> list = runList();
     std::string err;
     std::list<long long> jobs;
+    // The task manager refuses a run for a subclient with a job still running: each call starts from
+    // finished jobs, and the clean-up is not timed.
+    RawDb db{store().path};
+    RawStmt finish{db, "DELETE FROM SRV_RunningJob"};
     {
         Counted counted(state);
         for (auto _ : state) {
+            state.PauseTiming();
+            finish.run();
+            finish.reset();
+            state.ResumeTiming();
             jobs.clear();
             if (!ok(state, library().runTasks(list, jobs, err, 1, 0, 0, false, nullptr), err, "runTasks"))
                 break;
