@@ -2,7 +2,12 @@
 
 #include "platform/db/DBtypes.h"
 
-KOSimpleDBSem* KODBRowBase::s_semColumnVec = new KOSimpleDBSem(1);
+namespace {
+// Owned by the library image, so that unloading a copy of the library frees it with the copy.
+KOSimpleDBSem gColumnVecSem(1);
+}  // namespace
+
+KOSimpleDBSem* KODBRowBase::s_semColumnVec = &gColumnVecSem;
 
 KODBRowBase::KODBRowBase() : rowSem(new KOSimpleDBSem(1)) {}
 

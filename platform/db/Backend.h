@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/PlatformExport.h"
 #include "platform/db/SchemaDdl.h"
 
 namespace dbl {
@@ -25,7 +26,7 @@ struct Error {
     }
 };
 
-class Statement {
+class KO_PLATFORM_API Statement {
   public:
     virtual ~Statement() = default;
     // Parameters are numbered from 1; all are cleared by reset().
@@ -68,7 +69,7 @@ struct Param {
     std::string s;
 };
 
-class Connection {
+class KO_PLATFORM_API Connection {
   public:
     virtual ~Connection() = default;
     virtual const char* backendName() const = 0;
