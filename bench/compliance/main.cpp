@@ -16,6 +16,7 @@
 
 #include "TaskInterface.h"
 #include "TaskInterfaceDB/SearchRequest.h"
+#include "bench/Collector.h"
 #include "bench/Raw.h"
 #include "platform/db/DBconfig.h"
 #include "platform/db/DBschema.h"
@@ -181,18 +182,6 @@ void listBaseline(benchmark::State& state) {
     }
 }
 
-class Collector : public benchmark::ConsoleReporter {
-  public:
-    std::map<std::string, double> ms;
-    void ReportRuns(const std::vector<Run>& runs) override {
-        for (const Run& r : runs)
-            if (!r.error_occurred && r.iterations > 0)
-                ms[r.benchmark_name()] =
-                    r.GetAdjustedRealTime() * 1e3 / benchmark::GetTimeUnitMultiplier(r.time_unit);
-        ConsoleReporter::ReportRuns(runs);
-    }
-};
-
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -205,7 +194,7 @@ int main(int argc, char** argv) {
         ->Unit(benchmark::kMillisecond);
     benchmark::RegisterBenchmark("option list 10000/library", listLibrary)->Unit(benchmark::kMillisecond);
     benchmark::RegisterBenchmark("option list 10000/baseline", listBaseline)->Unit(benchmark::kMillisecond);
-    Collector reporter;
+    bench::Collector reporter;
     benchmark::RunSpecifiedBenchmarks(&reporter);
     std::printf("\n%-28s %12s %12s %8s\n", "case", "library ms", "baseline ms", "ratio");
     for (const char* name : {"populate 1000 clients", "option list 10000"}) {

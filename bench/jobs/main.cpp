@@ -18,6 +18,7 @@
 #include <vector>
 
 #include "Db/Cursor/JMGetBkpStats.h"
+#include "bench/Collector.h"
 #include "bench/Raw.h"
 #include "db/Wrappers.h"
 #include "platform/db/DBconfig.h"
@@ -126,19 +127,6 @@ void baseline(benchmark::State& state, long jobs, int user) {
     }
 }
 
-// Keeps the mean wall time of each run for the table printed at the end.
-class Collector : public benchmark::ConsoleReporter {
-  public:
-    std::map<std::string, double> ms;
-    void ReportRuns(const std::vector<Run>& runs) override {
-        for (const Run& r : runs)
-            if (!r.error_occurred && r.iterations > 0)
-                ms[r.benchmark_name()] =
-                    r.GetAdjustedRealTime() * 1e3 / benchmark::GetTimeUnitMultiplier(r.time_unit);
-        ConsoleReporter::ReportRuns(runs);
-    }
-};
-
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -170,7 +158,7 @@ int main(int argc, char** argv) {
                 ->Unit(benchmark::kMillisecond);
         }
     }
-    Collector reporter;
+    bench::Collector reporter;
     benchmark::RunSpecifiedBenchmarks(&reporter);
 
     std::printf("\n%-34s %12s %12s %8s %10s\n", "case", "library ms", "baseline ms", "ratio", "growth");

@@ -8,25 +8,11 @@
 #include <sstream>
 
 #include "Model.h"
+#include "tools/common/WriteIfChanged.h"
 
 namespace fs = std::filesystem;
 
-namespace {
-
-bool writeIfChanged(const fs::path& path, const std::string& text) {
-    std::ifstream in(path, std::ios::binary);
-    if (in) {
-        std::ostringstream old;
-        old << in.rdbuf();
-        if (old.str() == text) return true;
-    }
-    fs::create_directories(path.parent_path());
-    std::ofstream out(path, std::ios::binary | std::ios::trunc);
-    out << text;
-    return static_cast<bool>(out.flush());
-}
-
-}  // namespace
+using gentool::writeIfChanged;
 
 int main(int argc, char** argv) {
     if (argc != 3) {
